@@ -1,0 +1,32 @@
+#include "app/qtquick2applicationviewer.h"
+#include "app/startup.h"
+#include "equalizer/equalizer.h"
+
+#include <QGuiApplication>
+
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    // Line-buffered even into a pipe, so that whoever reads the trace sees each line as it happens.
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+
+    Startup::runOptionLoop(argc, argv);
+    QGuiApplication app(argc, argv);
+    Startup::registerTypes();
+
+    int result;
+    {
+        Equalizer equalizer;
+        {
+            QtQuick2ApplicationViewer viewer;
+            equalizer.setViewer(&viewer);
+            Startup::publish(viewer, equalizer);
+            Startup::loadScene(viewer);
+            viewer.showFullScreen();
+            result = app.exec();
+            equalizer.setViewer(nullptr);
+        }
+    }
+    return result;
+}

@@ -1,0 +1,5 @@
+#include "equalizer/equalizer.h"
+
+void Equalizer::saveToPresets(int) {}
+void Equalizer::setToPreset(int) {}
+void Equalizer::updatePresetedId(int) {}

@@ -1,0 +1,3 @@
+#include "equalizer/equalizer.h"
+
+void Equalizer::restoreSoundState() {}

@@ -1,0 +1,18 @@
+#include "equalizer/equalizer.h"
+
+#include "mixer/runner.h"
+
+int Equalizer::runGetCmd(const QString cmd)
+{
+    return MixerRunner::get(process, cmd, logD);
+}
+
+QString Equalizer::runGetCmdString(const QString cmd)
+{
+    return MixerRunner::getString(process, cmd, logD);
+}
+
+bool Equalizer::runSetCmd(QString &cmd)
+{
+    return MixerRunner::set(process, cmd, logD);
+}

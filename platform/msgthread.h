@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QThread>
+
+struct DBusConnection;
+
+// The link to the activity manager on the system bus. Its loop turns a "resume" broadcast into
+// appResume(); onAppPaused(), called in the GUI thread, broadcasts "minimize". Both use the one
+// shared system-bus connection, so libdbus's thread support is switched on before connecting.
+class MsgThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    explicit MsgThread(QObject *parent = nullptr);
+    // Stops the loop and joins the thread.
+    ~MsgThread() override;
+
+    // Asks the receive loop to end and wakes it from its one-second pause. Returns at once; the
+    // owner joins with wait().
+    void stop();
+
+signals:
+    void appResume();
+
+public slots:
+    void onAppPaused();
+
+protected:
+    void run() override;
+
+private:
+    void sendMessage(const char *member);
+
+    DBusConnection *connection = nullptr;
+    int wakeFd = -1;
+};
