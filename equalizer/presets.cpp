@@ -1,5 +1,52 @@
 #include "equalizer/equalizer.h"
 
-void Equalizer::saveToPresets(int) {}
-void Equalizer::setToPreset(int) {}
-void Equalizer::updatePresetedId(int) {}
+#include "log/trace.h"
+
+#include <QSettings>
+
+void Equalizer::saveToPresets(int id)
+{
+    if (logD)
+        Trace::line("saveToPresets(id=%d)", id);
+
+    QVariantHash gains;
+    for (int i = 0; i < 10; ++i) {
+        const EqItem band = m_freqList.at(i);
+        if (logD)
+            Trace::line("insert gain: %s, %d", band.name.toUtf8().constData(), band.gain);
+        gains.insert(band.name, band.gain);
+    }
+    settings->setValue(m_presetList.at(id).name, gains);
+    updatePresetedId(id);
+}
+
+void Equalizer::setToPreset(int id)
+{
+    if (logD)
+        Trace::line("setToPresets(id=%d)", id);
+
+    const QVariantHash gains = settings->value(m_presetList.at(id).name, QVariant()).toHash();
+    const int bands = m_freqList.rowCount();
+    // A preset never saved counts as applied without touching the card.
+    if (!gains.isEmpty() && bands >= 1) {
+        bool ok = true;
+        // Every band is attempted even after a failure; what was written stays written.
+        for (int i = 0; i < bands; ++i) {
+            const int gain = gains.value(m_freqList.at(i).name).toInt();
+            if (!changeGain(i + 1, gain))
+                ok = false;
+        }
+        if (!ok)
+            return;
+    }
+    updatePresetedId(id);
+}
+
+void Equalizer::updatePresetedId(int id)
+{
+    if (logF)
+        Trace::line("updatePresetedId(%d)", id);
+    activatedPresetId = id;
+    settings->setValue(QStringLiteral("PresetedId"), id);
+    emit activatedPresetIdChanged();
+}
