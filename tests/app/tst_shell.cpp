@@ -1,0 +1,168 @@
+#include "app/qtquick2applicationviewer.h"
+#include "app/startup.h"
+#include "equalizer/equalizer.h"
+#include "support/stdoutcapture.h"
+
+#include <QQuickItem>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <getopt.h>
+
+// The application shell: option loop, publishing the controller to the scene, and the window slots.
+// The controller runs against an ALSA configuration without any card, so every mixer run fails fast
+// and nothing on the machine is touched.
+class TestShell : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void optionLoop_data();
+    void optionLoop();
+    void sceneSeesFilledListsWhileLoading();
+    void windowSlots_data();
+    void windowSlots();
+
+private:
+    EqualizerPaths paths() const;
+
+    QTemporaryDir dir;
+};
+
+void TestShell::initTestCase()
+{
+    QFile noCards(dir.filePath(QStringLiteral("no-cards.conf")));
+    QVERIFY(noCards.open(QIODevice::WriteOnly));
+    noCards.close();
+    qputenv("ALSA_CONFIG_PATH", noCards.fileName().toLocal8Bit());
+    Startup::registerTypes();
+}
+
+EqualizerPaths TestShell::paths() const
+{
+    EqualizerPaths paths;
+    paths.settingsFile = dir.filePath(QStringLiteral("Equalizer.conf"));
+    paths.settingsLock = paths.settingsFile + QStringLiteral(".lock");
+    paths.keyDevice = dir.filePath(QStringLiteral("no-key-device"));
+    return paths;
+}
+
+void TestShell::optionLoop_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("no option") << QStringList() << "";
+    QTest::newRow("-platform with a value") << QStringList{"-platform", "offscreen"} << "";
+    QTest::newRow("--platform=value") << QStringList{"--platform=offscreen"} << "";
+    QTest::newRow("short -p with a value") << QStringList{"-p", "offscreen"} << "";
+    QTest::newRow("-plugin with a value") << QStringList{"-plugin", "evdevkeyboard"} << "";
+    QTest::newRow("short -P takes no value") << QStringList{"-P", "file.qml"} << "";
+    QTest::newRow("unknown option: the usual complaint") << QStringList{"--frobnicate"} << "unrecognized option";
+    QTest::newRow("platform without its value") << QStringList{"--platform"} << "requires an argument";
+}
+
+void TestShell::optionLoop()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, complaint);
+
+    QList<QByteArray> storage{QByteArrayLiteral("equalizer")};
+    for (const QString &arg : args)
+        storage << arg.toLocal8Bit();
+    QVector<char *> argv;
+    for (QByteArray &arg : storage)
+        argv << arg.data();
+    argv << nullptr;
+
+    optind = 0; // the C library's own way to start over with a new vector
+    StdoutCapture err(2);
+    Startup::runOptionLoop(argv.size() - 1, argv.data());
+    const QString text = QString::fromLocal8Bit(err.text());
+    if (complaint.isEmpty())
+        QCOMPARE(text, QString());
+    else
+        QVERIFY2(text.contains(complaint), qPrintable(text));
+    // Every argument is still there for the toolkit, whatever the parser made of it.
+    QCOMPARE(argv.size() - 1, storage.size());
+}
+
+// The lists are published before the scene is loaded, so its first evaluation sees them filled.
+void TestShell::sceneSeesFilledListsWhileLoading()
+{
+    const QString scene = dir.filePath(QStringLiteral("Lists.qml"));
+    QFile file(scene);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("import QtQuick 2.15\n"
+               "Item {\n"
+               "    property int presetRows: PresetList.rowCount()\n"
+               "    property string lastPreset: PresetList.data(PresetList.index(3, 0), 258)\n"
+               "    property string rows: [PEQList.rowCount(), GainList.rowCount(), ModeList.rowCount(),"
+               " CoreTypeList.rowCount(), PresetList.rowCount(), ProfileList.rowCount()].join(\",\")\n"
+               "    property string peq: currentPeqName\n"
+               "}\n");
+    file.close();
+
+    Equalizer equalizer(nullptr, paths());
+    QtQuick2ApplicationViewer viewer;
+    equalizer.setViewer(&viewer);
+    Startup::publish(viewer, equalizer);
+    Startup::loadScene(viewer, scene.toLocal8Bit().constData());
+    QVERIFY(viewer.rootObject());
+    QCOMPARE(viewer.rootObject()->property("presetRows").toInt(), 4);
+    QCOMPARE(viewer.rootObject()->property("lastPreset").toString(), QStringLiteral("Cust"));
+    QCOMPARE(viewer.rootObject()->property("rows").toString(), QStringLiteral("5,10,3,3,4,3"));
+    QCOMPARE(viewer.rootObject()->property("peq").toString(), QStringLiteral("User"));
+}
+
+void TestShell::windowSlots_data()
+{
+    QTest::addColumn<bool>("withViewer");
+    QTest::addColumn<QStringList>("calls");
+    QTest::addColumn<int>("paused");
+    QTest::addColumn<Qt::WindowState>("state");
+    QTest::addColumn<QByteArray>("trace");
+
+    QTest::newRow("minimize without a viewer: traced, nothing else")
+        << false << QStringList{"minimize"} << 0 << Qt::WindowFullScreen << QByteArray("<Equalizer>minimize\n");
+    QTest::newRow("minimize: maximised, paused once")
+        << true << QStringList{"minimize"} << 1 << Qt::WindowMaximized << QByteArray("<Equalizer>minimize\n");
+    QTest::newRow("minimize twice: paused once")
+        << true << QStringList{"minimize", "minimize"} << 1 << Qt::WindowMaximized
+        << QByteArray("<Equalizer>minimize\n<Equalizer>minimize\n");
+    QTest::newRow("minimize, show, minimize: paused twice")
+        << true << QStringList{"minimize", "show", "minimize"} << 2 << Qt::WindowMaximized
+        << QByteArray("<Equalizer>minimize\n<Equalizer>show\n<Equalizer>minimize\n");
+    QTest::newRow("show while full screen: full screen again, nothing emitted")
+        << true << QStringList{"show"} << 0 << Qt::WindowFullScreen << QByteArray("<Equalizer>show\n");
+    QTest::newRow("show without a viewer: traced only")
+        << false << QStringList{"show"} << 0 << Qt::WindowFullScreen << QByteArray("<Equalizer>show\n");
+}
+
+void TestShell::windowSlots()
+{
+    QFETCH(bool, withViewer);
+    QFETCH(QStringList, calls);
+    QFETCH(int, paused);
+    QFETCH(Qt::WindowState, state);
+    QFETCH(QByteArray, trace);
+
+    Equalizer equalizer(nullptr, paths());
+    QtQuick2ApplicationViewer viewer;
+    viewer.showFullScreen();
+    if (withViewer)
+        equalizer.setViewer(&viewer);
+    QSignalSpy pausedSpy(&equalizer, &Equalizer::appPaused);
+
+    StdoutCapture out;
+    for (const QString &call : calls)
+        QVERIFY(QMetaObject::invokeMethod(&equalizer, call.toLatin1().constData()));
+    QCOMPARE(out.text(), trace);
+    QCOMPARE(pausedSpy.count(), paused);
+    QCOMPARE(viewer.windowState(), state);
+}
+
+QTEST_MAIN(TestShell)
+#include "tst_shell.moc"

@@ -1,0 +1,117 @@
+#include "app/qtquick2applicationviewer.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QQuickItem>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+// A scene that names the place it was loaded from.
+void writeScene(const QString &path, const QString &name)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QStringLiteral("import QtQuick 2.15\nItem { objectName: \"%1\" }\n").arg(name).toUtf8());
+}
+
+} // namespace
+
+class TestViewer : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void lookupOrder_data();
+    void lookupOrder();
+    void quitFromSceneClosesWindow();
+    void rootItemFollowsWindowSize();
+};
+
+// The place below the executable's parent folder is tried first, the path as given second.
+void TestViewer::lookupOrder_data()
+{
+    QTest::addColumn<bool>("absolute");
+    QTest::addColumn<bool>("belowAppParent");
+    QTest::addColumn<bool>("asGiven");
+    QTest::addColumn<QString>("loaded");
+
+    QTest::newRow("relative, both exist: below the app's parent wins") << false << true << true << "candidate";
+    QTest::newRow("relative, only as given: relative to the working folder") << false << false << true << "given";
+    QTest::newRow("absolute, mirrored below the app's parent: the mirror wins") << true << true << true << "candidate";
+    QTest::newRow("absolute, no mirror: used as it is") << true << false << true << "given";
+    QTest::newRow("nothing exists: the path as given, empty scene") << false << false << false << "";
+}
+
+void TestViewer::lookupOrder()
+{
+    QFETCH(bool, absolute);
+    QFETCH(bool, belowAppParent);
+    QFETCH(bool, asGiven);
+    QFETCH(QString, loaded);
+
+    QTemporaryDir work;
+    const QString unique = QStringLiteral("viewer-lookup-%1").arg(QCoreApplication::applicationPid());
+    const QString given = absolute ? work.filePath(QStringLiteral("scene/Main.qml"))
+                                   : unique + QStringLiteral("/Main.qml");
+    const QString savedCwd = QDir::currentPath();
+    QDir::setCurrent(work.path());
+
+    const QString candidate = QCoreApplication::applicationDirPath() + QStringLiteral("/../") + given;
+    const QString candidateRoot = QCoreApplication::applicationDirPath() + QStringLiteral("/../")
+        + (absolute ? work.path().section(QLatin1Char('/'), 0, 1) : unique);
+    if (belowAppParent)
+        writeScene(candidate, QStringLiteral("candidate"));
+    if (asGiven)
+        writeScene(given, QStringLiteral("given"));
+
+    {
+        QtQuick2ApplicationViewer viewer;
+        if (loaded.isEmpty())
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Main.qml")));
+        viewer.setMainQmlFile(given);
+        QCOMPARE(viewer.source(), QUrl::fromLocalFile(belowAppParent ? candidate : given));
+        QCOMPARE(viewer.rootObject() ? viewer.rootObject()->objectName() : QString(), loaded);
+    }
+
+    if (belowAppParent)
+        QDir(candidateRoot).removeRecursively();
+    QDir::setCurrent(savedCwd);
+}
+
+void TestViewer::quitFromSceneClosesWindow()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Quit.qml"));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("import QtQuick 2.15\nItem { Timer { interval: 10; running: true; onTriggered: Qt.quit() } }\n");
+    file.close();
+
+    QtQuick2ApplicationViewer viewer;
+    viewer.setMainQmlFile(path);
+    viewer.show();
+    QVERIFY(viewer.isVisible());
+    QTRY_VERIFY(!viewer.isVisible());
+}
+
+void TestViewer::rootItemFollowsWindowSize()
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Sized.qml"));
+    writeScene(path, QStringLiteral("sized"));
+
+    QtQuick2ApplicationViewer viewer;
+    viewer.setMainQmlFile(path);
+    viewer.resize(800, 480);
+    viewer.show();
+    QTRY_COMPARE(viewer.rootObject()->width(), 800.0);
+    viewer.resize(1024, 600);
+    QTRY_COMPARE(viewer.rootObject()->width(), 1024.0);
+    QCOMPARE(viewer.rootObject()->height(), 600.0);
+}
+
+QTEST_MAIN(TestViewer)
+#include "tst_viewer.moc"
