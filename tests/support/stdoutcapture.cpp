@@ -3,24 +3,28 @@
 #include <cstdio>
 #include <unistd.h>
 
-StdoutCapture::StdoutCapture()
+StdoutCapture::StdoutCapture(int fd)
+    : fd(fd)
 {
     file.open();
     fflush(stdout);
-    savedFd = dup(STDOUT_FILENO);
-    dup2(file.handle(), STDOUT_FILENO);
+    fflush(stderr);
+    savedFd = dup(fd);
+    dup2(file.handle(), fd);
 }
 
 StdoutCapture::~StdoutCapture()
 {
     fflush(stdout);
-    dup2(savedFd, STDOUT_FILENO);
+    fflush(stderr);
+    dup2(savedFd, fd);
     close(savedFd);
 }
 
 QByteArray StdoutCapture::text()
 {
     fflush(stdout);
+    fflush(stderr);
     QFile reader(file.fileName());
     reader.open(QIODevice::ReadOnly);
     return reader.readAll();

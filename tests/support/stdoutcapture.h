@@ -1,7 +1,8 @@
 #pragma once
 
-// StdoutCapture: collects what the process writes to file descriptor 1 while it lives, including
-// printf/puts output of the code under test. Nest no two captures.
+// StdoutCapture: collects what the process writes to file descriptor 1 (or another descriptor, such
+// as 2 for standard error) while it lives, including printf/puts output of the code under test. Nest
+// no two captures of the same descriptor.
 //
 //     StdoutCapture out;
 //     equalizer.minimize();
@@ -13,7 +14,7 @@
 class StdoutCapture
 {
 public:
-    StdoutCapture();
+    explicit StdoutCapture(int fd = 1);
     ~StdoutCapture();
 
     // Everything written since construction (flushes stdout first); capture goes on.
@@ -21,5 +22,6 @@ public:
 
 private:
     QTemporaryFile file;
+    int fd;
     int savedFd = -1;
 };
