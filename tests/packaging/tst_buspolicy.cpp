@@ -1,0 +1,309 @@
+// The shipped system-bus policy on a private dbus-daemon that reads the machine's standard system
+// policy and then the shipped file, as the system bus does. Signals are sent by dbus-send under
+// other users' identities (setpriv) and caught by an ordinary listener that subscribes with the
+// application's own match rule. A bus monitor would be no proof: it is shown refused messages too.
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <dbus/dbus.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+struct Identity
+{
+    int uid = -1;
+    int gid = -1;
+};
+
+QString env(const char *name)
+{
+    return QString::fromLocal8Bit(qgetenv(name));
+}
+
+Identity hostIdentity(const QString &user)
+{
+    const passwd *pw = ::getpwnam(user.toLocal8Bit().constData());
+    return pw ? Identity{int(pw->pw_uid), int(pw->pw_gid)} : Identity{};
+}
+
+Identity identityIn(const QString &passwdFile, const QString &user)
+{
+    QFile file(passwdFile);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return {};
+    while (!file.atEnd()) {
+        const QStringList f = QString::fromUtf8(file.readLine()).split(QLatin1Char(':'));
+        if (f.size() == 7 && f[0] == user)
+            return {f[2].toInt(), f[3].toInt()};
+    }
+    return {};
+}
+
+// An ordinary bus client: receives what its match rules select and the bus lets through.
+class Listener
+{
+public:
+    ~Listener()
+    {
+        if (connection) {
+            dbus_connection_close(connection);
+            dbus_connection_unref(connection);
+        }
+    }
+
+    bool connect(const QString &address)
+    {
+        DBusError error;
+        dbus_error_init(&error);
+        connection = dbus_connection_open_private(address.toUtf8().constData(), &error);
+        if (connection && dbus_bus_register(connection, &error)) {
+            dbus_bus_add_match(connection, "type='signal',interface='zk.app.Equalizer.interface'", &error);
+            dbus_bus_add_match(connection, "type='signal',interface='zk.activity.manager.interface'", &error);
+            dbus_bus_add_match(connection,
+                               "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged'", &error);
+        }
+        const bool ok = connection && !dbus_error_is_set(&error);
+        dbus_error_free(&error);
+        return ok;
+    }
+
+    // The signals received until the bus reports that a client left. A client's messages are
+    // dispatched before its departure, so nothing it sent can arrive later.
+    QStringList signalsUntilSenderLeaves(bool *left)
+    {
+        QStringList seen;
+        QDeadlineTimer deadline(30000);
+        *left = false;
+        while (!*left && !deadline.hasExpired()) {
+            dbus_connection_read_write(connection, 100);
+            while (DBusMessage *message = dbus_connection_pop_message(connection)) {
+                if (dbus_message_is_signal(message, DBUS_INTERFACE_DBUS, "NameOwnerChanged")) {
+                    const char *name = nullptr, *oldOwner = nullptr, *newOwner = nullptr;
+                    if (dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING,
+                                              &oldOwner, DBUS_TYPE_STRING, &newOwner, DBUS_TYPE_INVALID)
+                        && name[0] == ':' && newOwner[0] == '\0')
+                        *left = true;
+                } else if (!*left && !dbus_message_has_sender(message, DBUS_SERVICE_DBUS)) {
+                    seen << QStringLiteral("%1 %2.%3").arg(QString::fromUtf8(dbus_message_get_path(message)),
+                                                           QString::fromUtf8(dbus_message_get_interface(message)),
+                                                           QString::fromUtf8(dbus_message_get_member(message)));
+                }
+                dbus_message_unref(message);
+            }
+        }
+        return seen;
+    }
+
+private:
+    DBusConnection *connection = nullptr;
+};
+
+} // namespace
+
+class tst_BusPolicy : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void signalReachesListener_data();
+    void signalReachesListener();
+
+private:
+    bool startBus(bool withServiceUser);
+    QString prepareServiceUser();
+
+    QTemporaryDir tmp;
+    QProcess bus;
+    QString address;
+    QString busLog;
+    Listener listener;
+    QHash<QString, Identity> senders;
+    QString serviceUserProblem;
+};
+
+// Accounts of this machine plus the service user, made by the shipped sysusers entry. Returns the
+// passwd file, or an empty string with serviceUserProblem set.
+QString tst_BusPolicy::prepareServiceUser()
+{
+    const QString sysusers = QStandardPaths::findExecutable(QStringLiteral("systemd-sysusers"));
+    if (sysusers.isEmpty()) {
+        serviceUserProblem = QStringLiteral("systemd-sysusers is missing (Debian package systemd)");
+        return QString();
+    }
+    const QString accounts = tmp.path() + QStringLiteral("/accounts");
+    QDir().mkpath(accounts + QStringLiteral("/etc"));
+    QDir().mkpath(accounts + QStringLiteral("/usr/lib/sysusers.d"));
+    for (const char *name : {"passwd", "group", "shadow", "gshadow"})
+        QFile::copy(QStringLiteral("/etc/") + QLatin1String(name), accounts + QStringLiteral("/etc/") + QLatin1String(name));
+    QFile::copy(env("EQ_PACKAGING_BUILD_DIR") + QStringLiteral("/sysusers/equalizer.conf"),
+                accounts + QStringLiteral("/usr/lib/sysusers.d/equalizer.conf"));
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(sysusers, {QStringLiteral("--root=") + accounts});
+    if (!process.waitForFinished() || process.exitCode() != 0) {
+        serviceUserProblem = QStringLiteral("systemd-sysusers failed: ") + QString::fromLocal8Bit(process.readAll());
+        return QString();
+    }
+    return accounts + QStringLiteral("/etc/passwd");
+}
+
+// With withServiceUser the daemon runs in a mount namespace of its own, where the accounts made by
+// prepareServiceUser() stand in for /etc/passwd and /etc/group: the bus resolves the user names of
+// its policy when it reads it, and this machine has no service user.
+bool tst_BusPolicy::startBus(bool withServiceUser)
+{
+    const QString config = tmp.path() + QStringLiteral("/bus.conf");
+    QStringList command = {QStringLiteral("dbus-daemon"), QStringLiteral("--nofork"),
+                           QStringLiteral("--print-address"), QStringLiteral("--config-file=") + config};
+    if (withServiceUser) {
+        const QString etc = tmp.path() + QStringLiteral("/accounts/etc");
+        command = QStringList{QStringLiteral("unshare"), QStringLiteral("--mount"), QStringLiteral("--"),
+                              QStringLiteral("sh"), QStringLiteral("-c"),
+                              QStringLiteral("mount --bind \"$1\" /etc/passwd && mount --bind \"$2\" /etc/group"
+                                             " && exec dbus-daemon --nofork --print-address --config-file=\"$3\""),
+                              QStringLiteral("sh"), etc + QStringLiteral("/passwd"), etc + QStringLiteral("/group"), config};
+    }
+    bus.setProcessChannelMode(QProcess::SeparateChannels);
+    bus.start(command.takeFirst(), command);
+    if (!bus.waitForStarted())
+        return false;
+    while (!bus.canReadLine() && bus.waitForReadyRead(10000)) {
+    }
+    address = QString::fromUtf8(bus.readLine()).trimmed();
+    if (!address.isEmpty())
+        return true;
+    bus.waitForFinished();
+    busLog += QString::fromLocal8Bit(bus.readAllStandardError());
+    return false;
+}
+
+void tst_BusPolicy::initTestCase()
+{
+    if (::geteuid() != 0)
+        QSKIP("sending as other users needs root");
+    for (const char *tool : {"dbus-daemon", "dbus-send", "setpriv"}) {
+        if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
+            QFAIL(qPrintable(QStringLiteral("%1 is missing (Debian packages dbus-daemon, dbus-bin, util-linux)")
+                                 .arg(QLatin1String(tool))));
+    }
+    QVERIFY(tmp.isValid());
+    // Other users reach the bus's socket through this folder.
+    QVERIFY(::chmod(QFile::encodeName(tmp.path()).constData(), 0755) == 0);
+
+    // The standard system policy's rules in their order, then the shipped file, as the system
+    // bus's own configuration includes it; only the listening address is the test's own.
+    QFile system(QStringLiteral("/usr/share/dbus-1/system.conf"));
+    QVERIFY2(system.open(QIODevice::ReadOnly), "no standard system-bus policy (Debian package dbus-system-bus-common)");
+    const QString standard = QString::fromUtf8(system.readAll());
+    QString policies;
+    QRegularExpressionMatchIterator it = QRegularExpression(QStringLiteral("<policy\\b.*?</policy>"),
+                                                            QRegularExpression::DotMatchesEverythingOption)
+                                             .globalMatch(standard);
+    while (it.hasNext())
+        policies += it.next().captured(0) + QLatin1Char('\n');
+    QVERIFY(policies.contains(QLatin1String("<allow send_type=\"signal\"/>")));
+    const QString shipped = env("EQ_PACKAGING_BUILD_DIR") + QStringLiteral("/dbus/equalizer.conf");
+    QVERIFY(QFileInfo::exists(shipped));
+    QFile config(tmp.path() + QStringLiteral("/bus.conf"));
+    QVERIFY(config.open(QIODevice::WriteOnly));
+    config.write(QStringLiteral(
+                     "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+                     " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                     "<busconfig>\n<type>system</type>\n<listen>unix:path=%1/system_bus_socket</listen>\n"
+                     "<auth>EXTERNAL</auth>\n%2<include>%3</include>\n</busconfig>\n")
+                     .arg(tmp.path(), policies, shipped)
+                     .toUtf8());
+    config.close();
+
+    const QString serviceUser = env("EQ_SERVICE_USER");
+    senders.insert(QStringLiteral("nobody"), hostIdentity(QStringLiteral("nobody")));
+    senders.insert(QStringLiteral("activity manager"), hostIdentity(env("EQ_ACTIVITY_MANAGER_USER")));
+    senders.insert(QStringLiteral("service"), hostIdentity(serviceUser));
+    if (senders.value(QStringLiteral("service")).uid >= 0) {
+        QVERIFY2(startBus(false), qPrintable(busLog));
+    } else {
+        const QString passwd = prepareServiceUser();
+        if (!passwd.isEmpty() && startBus(true)) {
+            senders.insert(QStringLiteral("service"), identityIn(passwd, serviceUser));
+        } else {
+            if (serviceUserProblem.isEmpty())
+                serviceUserProblem = QStringLiteral("no mount namespace for the bus: ") + busLog;
+            QVERIFY2(startBus(false), qPrintable(busLog));
+        }
+    }
+    QVERIFY2(listener.connect(address), qPrintable(address));
+}
+
+void tst_BusPolicy::cleanupTestCase()
+{
+    if (bus.state() != QProcess::NotRunning) {
+        bus.terminate();
+        bus.waitForFinished();
+    }
+}
+
+void tst_BusPolicy::signalReachesListener_data()
+{
+    QTest::addColumn<QString>("sender");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<bool>("delivered");
+
+    const QString resume = QStringLiteral("zk.app.Equalizer.interface.resume");
+    const QString minimize = QStringLiteral("zk.activity.manager.interface.minimize");
+    const QString ours = QStringLiteral("/zk/activity/Equalizer");
+    const QString root = QStringLiteral("/");
+    const QString nobody = QStringLiteral("nobody");
+    const QString manager = QStringLiteral("activity manager");
+    const QString service = QStringLiteral("service");
+    QTest::newRow("resume from nobody: dropped") << nobody << root << resume << false;
+    QTest::newRow("resume from the activity manager's user: delivered") << manager << root << resume << true;
+    QTest::newRow("resume from the service user: dropped") << service << root << resume << false;
+    QTest::newRow("other member on the application's interface from nobody: dropped")
+        << nobody << root << QStringLiteral("zk.app.Equalizer.interface.show") << false;
+    QTest::newRow("minimize from the service user: delivered") << service << ours << minimize << true;
+    QTest::newRow("minimize in the application's name from nobody: dropped") << nobody << ours << minimize << false;
+    QTest::newRow("minimize of another application from nobody: delivered")
+        << nobody << QStringLiteral("/zk/activity/Radio") << minimize << true;
+}
+
+void tst_BusPolicy::signalReachesListener()
+{
+    QFETCH(QString, sender);
+    QFETCH(QString, path);
+    QFETCH(QString, signal);
+    QFETCH(bool, delivered);
+
+    const Identity as = senders.value(sender);
+    if (as.uid < 0)
+        QSKIP(qPrintable(QStringLiteral("no %1 user here: %2").arg(sender, serviceUserProblem)));
+
+    QProcess send;
+    send.setProcessChannelMode(QProcess::MergedChannels);
+    send.start(QStringLiteral("setpriv"),
+               {QStringLiteral("--reuid=%1").arg(as.uid), QStringLiteral("--regid=%1").arg(as.gid),
+                QStringLiteral("--clear-groups"), QStringLiteral("dbus-send"), QStringLiteral("--bus=") + address,
+                QStringLiteral("--type=signal"), path, signal});
+    QVERIFY(send.waitForFinished());
+    QVERIFY2(send.exitStatus() == QProcess::NormalExit && send.exitCode() == 0, send.readAll().constData());
+
+    bool left = false;
+    const QStringList seen = listener.signalsUntilSenderLeaves(&left);
+    QVERIFY2(left, "the bus never reported the sender leaving");
+    QCOMPARE(seen, delivered ? QStringList{path + QLatin1Char(' ') + signal} : QStringList());
+}
+
+QTEST_GUILESS_MAIN(tst_BusPolicy)
+#include "tst_buspolicy.moc"
