@@ -1,10 +1,11 @@
 #include "support/virtualcard.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QSaveFile>
 #include <QtDebug>
+
+#include <cerrno>
 
 #include <sys/file.h>
 
