@@ -12,9 +12,12 @@ namespace MixerRunner {
 
 namespace {
 
-// Qt 5.15 leaves the exit code of a program that could not be started at 0, so by the exit-code
-// rule a missing amixer reads as 0 and writes as success. The one line on stderr is what tells a
-// user "no amixer" apart from "the card says 0".
+// Qt 5.15 on Linux reports a program that cannot be started (not on PATH, not executable) with
+// error() FailedToStart and exit code 255: the child that failed to exec exits with -1, and Qt
+// reaps it. The exit-code rule therefore reads -1 (text reads: empty, the volume: 0) and reports
+// a failed write, which looks just like a card refusing the control. The one line on stderr per
+// tool is what tells a user "no amixer" apart from "the card said no". The next start resets
+// error(), so it describes the last run only.
 void reportUnstartable(const QProcess &process)
 {
     if (process.error() != QProcess::FailedToStart)
@@ -28,21 +31,17 @@ void reportUnstartable(const QProcess &process)
             qUtf8Printable(program), qUtf8Printable(process.errorString()));
 }
 
-// What QProcess::start(command, mode) does, without its deprecation: split at blanks, keeping
-// double-quoted words whole. An empty line starts nothing and leaves the last exit code in place.
-void start(QProcess &process, const QString &cmd)
+// Split at blanks, keeping double-quoted words whole, as QProcess::start(command) does. A line
+// with no word starts nothing and counts as a failure: QProcess would leave the previous run's
+// exit code in place, so the result would depend on whatever ran before.
+bool run(QProcess &process, const QString &cmd, QProcess::ProcessChannelMode mode)
 {
     QStringList args = QProcess::splitCommand(cmd);
     if (args.isEmpty())
-        return;
+        return false;
     const QString program = args.takeFirst();
-    process.start(program, args, QIODevice::ReadWrite);
-}
-
-bool run(QProcess &process, const QString &cmd, QProcess::ProcessChannelMode mode)
-{
     process.setProcessChannelMode(mode);
-    start(process, cmd);
+    process.start(program, args, QIODevice::ReadWrite);
     process.waitForFinished(-1);
     reportUnstartable(process);
     return process.exitCode() == 0;
@@ -88,18 +87,20 @@ bool set(QProcess &process, QString &cmd, bool logD)
 {
     if (process.state() == QProcess::Running)
         return false;
+    // An out-of-range profile has an empty script name. It fails here rather than after the
+    // suffix, which would otherwise be run as a program called "<".
+    const bool nothingToRun = QProcess::splitCommand(cmd).isEmpty();
     if (!logD)
         cmd.append(QStringLiteral(" < /dev/null 2>&1"));
+    if (nothingToRun)
+        return false;
     return run(process, cmd, QProcess::ForwardedChannels);
 }
 
 int getVolume(const QString &cmd, bool logD)
 {
     QProcess process;
-    start(process, cmd);
-    process.waitForFinished(-1);
-    reportUnstartable(process);
-    if (process.exitCode() != 0)
+    if (!run(process, cmd, QProcess::SeparateChannels))
         return 0;
     const MixerReply::Slice slice = MixerReply::volumeValue(process.readAllStandardOutput());
     if (logD) {
