@@ -13,7 +13,7 @@ EQ_PACKAGES=(
     libdbus-1-dev dbus dbus-bin
     alsa-utils libasound2-dev
     libgl1-mesa-dri libglx-mesa0 libegl-mesa0
-    xvfb xauth x11-utils xdotool imagemagick
+    xvfb xauth x11-utils xdotool imagemagick matchbox-window-manager
     util-linux
 )
 
