@@ -17,7 +17,8 @@
 //
 // What the two logs hold:
 // - commands(): every amixer run, one line each, as the caller built the command line ("amixer",
-//   then each argument after one blank, an argument with a blank in double quotes).
+//   then each argument after one blank, an argument with a blank in double quotes). The tuning
+//   scripts' own runs are among them; theirs alone start "amixer -q sset ".
 // - journal(): every write that reached the card, "Control Name=value" (switches 0/1), in order.
 //   alsa-lib's simple mixer skips a write of the value a control already holds: amixer then exits 0
 //   and the journal shows nothing.

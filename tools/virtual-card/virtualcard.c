@@ -181,18 +181,25 @@ enum state_result { STATE_OK, STATE_MISSING, STATE_BAD };
  * is STATE_BAD and leaves the power-on values, with the reason in why. */
 static enum state_result load_state(const char *path, long *values, char *why, size_t why_size)
 {
-	static char buf[STATE_MAX_BYTES + 1];
 	unsigned char seen[CONTROL_COUNT];
-	long len = read_file(path, buf, sizeof(buf) - 1);
+	char *buf = malloc(STATE_MAX_BYTES + 1);
 	char *line, *end;
+	long len;
 	int line_no = 0, count = 0;
 
 	set_power_on(values);
-	if (len == -1 && errno == ENOENT)
+	if (!buf) {
+		snprintf(why, why_size, "out of memory");
+		return STATE_BAD;
+	}
+	len = read_file(path, buf, STATE_MAX_BYTES);
+	if (len == -1 && errno == ENOENT) {
+		free(buf);
 		return STATE_MISSING;
+	}
 	if (len < 0) {
 		snprintf(why, why_size, "%s", len == -1 ? strerror(errno) : "too large");
-		return STATE_BAD;
+		goto bad;
 	}
 	memset(seen, 0, sizeof(seen));
 	for (line = buf; line < buf + len; line = end + 1) {
@@ -238,8 +245,10 @@ static enum state_result load_state(const char *path, long *values, char *why, s
 		snprintf(why, why_size, "%d of %d controls missing", CONTROL_COUNT - count, CONTROL_COUNT);
 		goto bad;
 	}
+	free(buf);
 	return STATE_OK;
 bad:
+	free(buf);
 	set_power_on(values);
 	return STATE_BAD;
 }
@@ -272,7 +281,7 @@ static int write_all(int fd, const char *buf, size_t len)
 /* Replaces the state file as a whole: a reader sees the old file or the new one, never a mix. */
 static int save_state(const char *path, const long *values)
 {
-	static char buf[STATE_MAX_BYTES];
+	char buf[CONTROL_COUNT * (NAME_MAX_LEN + 24)]; /* name, '=', a long, newline */
 	char tmp[4096];
 	size_t len = 0;
 	int i, fd;
