@@ -1,0 +1,19 @@
+// bench_bare_window [QML FILE]: a Qt Quick window and nothing else, shown full screen the way the
+// application shows its own, with an empty scene. It is the toolkit's share of a start: the
+// application's start-up is compared against it plus the mixer tool's own runs.
+
+#include <QGuiApplication>
+#include <QQuickView>
+#include <QUrl>
+
+int main(int argc, char *argv[])
+{
+    QGuiApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    const QString file = args.size() > 1 ? args.at(1) : QStringLiteral(EQ_BENCH_EMPTY_QML);
+    QQuickView view;
+    view.setResizeMode(QQuickView::SizeRootObjectToView);
+    view.setSource(QUrl::fromLocalFile(file));
+    view.showFullScreen();
+    return app.exec();
+}
