@@ -1,0 +1,59 @@
+import QtQuick 2.15
+import QtQuick.Controls 2.15
+
+// An entry of the side rail: an icon over its name; the current page is marked by a bar and
+// the accent colour.
+AbstractButton {
+    id: control
+
+    property string iconPath
+    property bool current: false
+
+    implicitWidth: Theme.railWidth
+    implicitHeight: Math.max(Theme.touch, column.implicitHeight + 2 * Theme.spacing)
+    focusPolicy: Qt.NoFocus
+    Accessible.role: Accessible.PageTab
+    Accessible.name: text
+    Accessible.checkable: true
+    Accessible.checked: current
+
+    background: Rectangle {
+        color: control.down ? Theme.pressed : (control.current ? Theme.raised : "transparent")
+        Rectangle {
+            visible: control.current
+            anchors.left: parent.left
+            anchors.top: parent.top
+            anchors.bottom: parent.bottom
+            anchors.margins: Math.round(Theme.spacing / 2)
+            width: Math.max(4, Math.round(5 * Theme.scale))
+            radius: width / 2
+            color: Theme.accent
+        }
+    }
+
+    contentItem: Item {
+        Column {
+            id: column
+            anchors.centerIn: parent
+            width: parent.width - 8
+            spacing: Math.round(Theme.spacing / 3)
+
+            Icon {
+                anchors.horizontalCenter: parent.horizontalCenter
+                path: control.iconPath
+                size: Math.round(Theme.touch * 0.5)
+                color: control.current ? Theme.accent : Theme.textDim
+            }
+            Text {
+                width: parent.width
+                text: control.text
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.WordWrap
+                maximumLineCount: 2
+                color: control.current ? Theme.text : Theme.textDim
+                font.pixelSize: Theme.fontCaption
+                font.weight: control.current ? Font.DemiBold : Font.Normal
+            }
+        }
+    }
+}

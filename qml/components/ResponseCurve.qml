@@ -1,0 +1,83 @@
+import QtQuick 2.15
+import "../logic/response.js" as Response
+
+// The frequency response of the ten bands, drawn behind their sliders: column i of the curve is
+// the centre of slider i (`firstColumnX` + i * `columnStep`), and `from`..`to` dB span
+// `topY`..`bottomY`, the travel of the slider handles. Redrawn whenever a gain changes.
+Canvas {
+    id: canvas
+
+    // [{freq: Hz, gain: dB}], in slider order.
+    property var bands: []
+    property real from: -60
+    property real to: 20
+    property real firstColumnX: 0
+    property real columnStep: 1
+    property real topY: 0
+    property real bottomY: height
+
+    function yAt(db) {
+        const span = to - from;
+        const t = span === 0 ? 0.5 : (to - Math.max(from, Math.min(to, db))) / span;
+        return topY + t * (bottomY - topY);
+    }
+    function xAt(column) {
+        return firstColumnX + column * columnStep;
+    }
+
+    onBandsChanged: requestPaint()
+    onFromChanged: requestPaint()
+    onToChanged: requestPaint()
+    onFirstColumnXChanged: requestPaint()
+    onColumnStepChanged: requestPaint()
+    onTopYChanged: requestPaint()
+    onBottomYChanged: requestPaint()
+    onWidthChanged: requestPaint()
+    onHeightChanged: requestPaint()
+
+    Accessible.ignored: true
+
+    onPaint: {
+        const ctx = getContext("2d");
+        ctx.reset();
+        if (bands.length === 0 || bottomY <= topY)
+            return;
+        const zeroY = yAt(0);
+        const points = Response.curve(bands, 24);
+
+        // Grid every 10 dB, the 0 dB line a little brighter.
+        ctx.lineWidth = 1;
+        for (let db = Math.ceil(from / 10) * 10; db <= to; db += 10) {
+            ctx.strokeStyle = db === 0 ? "#4a5868" : "#1e2833";
+            ctx.beginPath();
+            ctx.moveTo(0, Math.round(yAt(db)) + 0.5);
+            ctx.lineTo(width, Math.round(yAt(db)) + 0.5);
+            ctx.stroke();
+        }
+
+        ctx.beginPath();
+        ctx.moveTo(xAt(points[0].x), zeroY);
+        for (let i = 0; i < points.length; ++i)
+            ctx.lineTo(xAt(points[i].x), yAt(points[i].db));
+        ctx.lineTo(xAt(points[points.length - 1].x), zeroY);
+        ctx.closePath();
+        const fill = ctx.createLinearGradient(0, topY, 0, bottomY);
+        fill.addColorStop(0, Qt.rgba(0.21, 0.77, 0.96, 0.30));
+        fill.addColorStop(Math.max(0, Math.min(1, (zeroY - topY) / (bottomY - topY))), Qt.rgba(0.21, 0.77, 0.96, 0.06));
+        fill.addColorStop(1, Qt.rgba(0.21, 0.77, 0.96, 0.30));
+        ctx.fillStyle = fill;
+        ctx.fill();
+
+        ctx.beginPath();
+        for (let i = 0; i < points.length; ++i) {
+            if (i === 0)
+                ctx.moveTo(xAt(points[i].x), yAt(points[i].db));
+            else
+                ctx.lineTo(xAt(points[i].x), yAt(points[i].db));
+        }
+        ctx.lineWidth = Math.max(2, 3 * Theme.scale);
+        ctx.lineJoin = "round";
+        ctx.strokeStyle = Theme.curve;
+        ctx.stroke();
+    }
+}

@@ -1,0 +1,41 @@
+pragma Singleton
+import QtQuick 2.15
+
+// Colours and sizes of the whole scene. The root sets `scale` from the window size; every size
+// here follows it, with floors that keep touch targets at 48 px and text legible on the smallest
+// screen.
+QtObject {
+    // 1 at 1280x720, less on smaller screens.
+    property real scale: 1
+    readonly property bool compact: scale < 0.8
+    readonly property real textScale: 0.55 + 0.45 * Math.min(scale, 1.25)
+
+    // Dark, high contrast: primary text on the background is above 15:1, secondary above 8:1.
+    readonly property color background: "#0a0d12"
+    readonly property color surface: "#141a22"
+    readonly property color raised: "#1f2731"
+    readonly property color pressed: "#2c3744"
+    readonly property color outline: "#3b4756"
+    readonly property color text: "#f3f6f9"
+    readonly property color textDim: "#b4c0cc"
+    readonly property color accent: "#36c4f4"
+    readonly property color accentDim: "#1b6a86"
+    readonly property color textOnAccent: "#02131b"
+    readonly property color warning: "#ffb547"
+    readonly property color textOnWarning: "#1e1200"
+    readonly property color danger: "#ff6b6b"
+    readonly property color curve: "#7fe0ff"
+
+    readonly property int fontCaption: Math.round(18 * textScale)
+    readonly property int fontBody: Math.round(20 * textScale)
+    readonly property int fontValue: Math.round(22 * textScale)
+    readonly property int fontTitle: Math.round(26 * textScale)
+    readonly property int fontDisplay: Math.round(34 * textScale)
+
+    readonly property int touch: Math.max(48, Math.round(56 * scale))
+    readonly property int spacing: Math.max(6, Math.round(12 * scale))
+    readonly property int margin: Math.max(10, Math.round(20 * scale))
+    readonly property int radius: Math.max(6, Math.round(10 * scale))
+    readonly property int railWidth: Math.max(96, Math.round(132 * scale))
+    readonly property int headerHeight: Math.max(56, Math.round(76 * scale))
+}

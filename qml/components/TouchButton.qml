@@ -1,0 +1,58 @@
+import QtQuick 2.15
+import QtQuick.Controls 2.15
+
+// The scene's button: at least one touch target in each direction, a visible pressed state, and a
+// selected state for pickers. `holdProgress` (0..1) fills the button while a press-and-hold runs.
+Button {
+    id: control
+
+    property bool selected: false
+    // Pickers are announced as checkable choices; plain actions are not.
+    property bool selectable: false
+    property bool primary: false
+    property real holdProgress: 0
+    property color textColor: selected || primary ? Theme.textOnAccent : Theme.text
+
+    implicitWidth: Math.max(Theme.touch, contentItem.implicitWidth + leftPadding + rightPadding)
+    implicitHeight: Theme.touch
+    padding: Theme.spacing
+    leftPadding: Math.round(Theme.spacing * 1.5)
+    rightPadding: Math.round(Theme.spacing * 1.5)
+    font.pixelSize: Theme.fontBody
+    font.weight: selected ? Font.DemiBold : Font.Normal
+    focusPolicy: Qt.NoFocus
+
+    Accessible.name: text
+    Accessible.checkable: selectable
+    Accessible.checked: selected
+
+    contentItem: Text {
+        text: control.text
+        font: control.font
+        color: control.textColor
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+    }
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: control.selected || control.primary
+               ? (control.down ? Theme.accentDim : Theme.accent)
+               : (control.down ? Theme.pressed : Theme.raised)
+        border.width: control.selected ? 0 : 1
+        border.color: Theme.outline
+        opacity: control.enabled ? 1 : 0.4
+
+        Rectangle {
+            visible: control.holdProgress > 0
+            anchors.left: parent.left
+            anchors.top: parent.top
+            anchors.bottom: parent.bottom
+            width: parent.width * control.holdProgress
+            radius: parent.radius
+            color: Theme.warning
+            opacity: 0.55
+        }
+    }
+}

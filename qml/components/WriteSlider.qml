@@ -1,0 +1,63 @@
+import QtQuick 2.15
+import QtQuick.Controls 2.15
+import "../logic/drag.js" as Drag
+
+// A slider that shows the controller's value (`shown`) and asks for changes through `write`, a
+// function that returns whether the controller took the value. While dragging it writes once per
+// whole-step change (or once on release when `writeWhileDragging` is false); after every write it
+// binds back to `shown`, so a refused value springs back. `stepDone` reports what one gesture
+// changed, for undo.
+Slider {
+    id: control
+
+    property int shown: 0
+    property var write: null
+    property bool writeWhileDragging: true
+    property var drag: null
+
+    signal stepDone(int from, int to)
+
+    stepSize: 1
+    snapMode: Slider.SnapAlways
+    value: shown
+    focusPolicy: Qt.NoFocus
+
+    function send(v) {
+        if (v !== null && control.write)
+            control.write(v);
+        control.value = Qt.binding(function () { return control.shown; });
+    }
+
+    onPressedChanged: {
+        if (pressed) {
+            drag = Drag.begin(shown);
+            return;
+        }
+        if (drag === null)
+            return;
+        if (!writeWhileDragging)
+            send(Drag.move(drag, value));
+        else
+            control.value = Qt.binding(function () { return control.shown; });
+        const change = Drag.end(drag, shown);
+        drag = null;
+        if (change !== null)
+            stepDone(change.from, change.to);
+    }
+
+    onMoved: {
+        if (!pressed) {
+            // A step from the keyboard or an assistive tool: a gesture of its own.
+            const single = Drag.begin(shown);
+            send(Drag.move(single, value));
+            const change = Drag.end(single, shown);
+            if (change !== null)
+                stepDone(change.from, change.to);
+            return;
+        }
+        if (drag === null)
+            drag = Drag.begin(shown);
+        if (writeWhileDragging)
+            send(Drag.move(drag, value));
+    }
+}

@@ -1,0 +1,416 @@
+// The installed scene, loaded by the real viewer against the real controller on the virtual card:
+// it must load and show every page without a single QML warning, fit the screen sizes of the unit,
+// and send the card exactly what the finger asked for.
+
+#include "app/qtquick2applicationviewer.h"
+#include "app/startup.h"
+#include "equalizer/equalizer.h"
+#include "support/virtualcard.h"
+
+#include <QQuickItem>
+#include <QSettings>
+#include <QStyleHints>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+QStringList messages;
+
+// Every warning of the process fails the test that caused it: QML reports binding errors, missing
+// properties and failed imports as warnings and carries on.
+void collectWarnings(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type != QtDebugMsg && type != QtInfoMsg)
+        messages << text;
+}
+
+bool inherits(const QObject *object, const char *className)
+{
+    for (const QMetaObject *mo = object->metaObject(); mo; mo = mo->superClass())
+        if (qstrcmp(mo->className(), className) == 0)
+            return true;
+    return false;
+}
+
+bool shown(const QQuickItem *item)
+{
+    return item->isVisible() && item->opacity() > 0 && item->width() > 0 && item->height() > 0;
+}
+
+QRectF sceneRect(const QQuickItem *item)
+{
+    return item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+}
+
+void collect(QQuickItem *item, QList<QQuickItem *> &controls, QList<QQuickItem *> &texts)
+{
+    if (!shown(item))
+        return;
+    if (inherits(item, "QQuickAbstractButton") || inherits(item, "QQuickSlider"))
+        controls << item;
+    if (inherits(item, "QQuickText") && !item->property("text").toString().isEmpty())
+        texts << item;
+    for (QQuickItem *child : item->childItems())
+        collect(child, controls, texts);
+}
+
+QString describe(const QQuickItem *item)
+{
+    const QRectF r = sceneRect(item);
+    const QString name = item->objectName().isEmpty() ? item->property("text").toString() : item->objectName();
+    return QStringLiteral("%1 \"%2\" at %3,%4 %5x%6")
+            .arg(QString::fromLatin1(item->metaObject()->className()), name)
+            .arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
+}
+
+} // namespace
+
+class TestScene : public QObject
+{
+    Q_OBJECT
+
+private:
+    void load(QSize size, bool demo = false);
+    QQuickItem *item(const QString &objectName) const;
+    void tap(const QString &objectName);
+    // Drags the handle of a vertical slider by `dy` pixels (negative is up), a few pixels a step.
+    void dragHandle(const QString &sliderName, int dy);
+    void checkLayout(const QString &page, bool largestScreen);
+    QStringList journalOf(const QString &control) const;
+
+    QTemporaryDir runtimeDir;
+    std::unique_ptr<VirtualCard> card;
+    std::unique_ptr<QTemporaryDir> settingsDir;
+    std::unique_ptr<Equalizer> eq;
+    std::unique_ptr<QtQuick2ApplicationViewer> viewer;
+    QtMessageHandler previousHandler = nullptr;
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void everyPageLoadsCleanAndFits_data();
+    void everyPageLoadsCleanAndFits();
+    void bandDragWritesOncePerDecibel_data();
+    void bandDragWritesOncePerDecibel();
+    void pickerShowsWhatTheControllerReports_data();
+    void pickerShowsWhatTheControllerReports();
+    void presetHoldSavesAndTapApplies();
+};
+
+void TestScene::initTestCase()
+{
+    // Without it Qt warns about the runtime folder, which is no fault of the scene.
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeDir.path()));
+    qputenv("QT_QUICK_BACKEND", "software");
+}
+
+void TestScene::init()
+{
+    card = std::make_unique<VirtualCard>();
+    QVERIFY2(card->isValid(), qPrintable(card->errorString()));
+    messages.clear();
+    previousHandler = qInstallMessageHandler(collectWarnings);
+}
+
+void TestScene::cleanup()
+{
+    viewer.reset();
+    eq.reset();
+    settingsDir.reset();
+    card.reset();
+    qInstallMessageHandler(previousHandler);
+}
+
+void TestScene::load(QSize size, bool demo)
+{
+    settingsDir = std::make_unique<QTemporaryDir>();
+    EqualizerPaths paths;
+    paths.settingsFile = settingsDir->filePath(QStringLiteral("Equalizer.conf"));
+    paths.settingsLock = settingsDir->filePath(QStringLiteral("Equalizer.conf.lock"));
+    paths.keyDevice = settingsDir->filePath(QStringLiteral("no-key-device"));
+    {
+        QSettings seed(paths.settingsFile, QSettings::NativeFormat);
+        seed.setValue(QStringLiteral("DebugLevel"), 0);
+        seed.setValue(QStringLiteral("DemoMode"), demo);
+    }
+    eq = std::make_unique<Equalizer>(nullptr, paths);
+    messages.clear(); // what the controller says while it starts is not the scene's
+    viewer = std::make_unique<QtQuick2ApplicationViewer>();
+    eq->setViewer(viewer.get());
+    Startup::publish(*viewer, *eq);
+    viewer->resize(size);
+    const QByteArray scene = qgetenv("EQ_BUILD_DIR") + "/usr/share/qml/equalizer/Equalizer_New.qml";
+    Startup::loadScene(*viewer, scene.constData());
+    viewer->show();
+    QVERIFY(QTest::qWaitForWindowExposed(viewer.get()));
+    QStringList errors;
+    for (const QQmlError &error : viewer->errors())
+        errors << error.toString();
+    QVERIFY2(viewer->status() == QQuickView::Ready, qPrintable(errors.join(QLatin1Char('\n'))));
+    QVERIFY(viewer->rootObject());
+    QCOMPARE(viewer->rootObject()->size(), QSizeF(size));
+}
+
+// Repeater and Loader items have no QObject parent, so the search follows the visual tree.
+QQuickItem *TestScene::item(const QString &objectName) const
+{
+    QList<QQuickItem *> pending{viewer->contentItem()};
+    while (!pending.isEmpty()) {
+        QQuickItem *candidate = pending.takeFirst();
+        if (candidate->objectName() == objectName)
+            return candidate;
+        pending << candidate->childItems();
+    }
+    qWarning("no item \"%s\"", qPrintable(objectName));
+    return nullptr;
+}
+
+void TestScene::tap(const QString &objectName)
+{
+    QQuickItem *target = item(objectName);
+    QVERIFY2(target, qPrintable(objectName));
+    QVERIFY2(shown(target), qPrintable(objectName));
+    QTest::mouseClick(viewer.get(), Qt::LeftButton, {}, sceneRect(target).center().toPoint());
+    QTest::qWait(20);
+}
+
+void TestScene::dragHandle(const QString &sliderName, int dy)
+{
+    QQuickItem *slider = item(sliderName);
+    QVERIFY2(slider, qPrintable(sliderName));
+    auto *handle = slider->property("handle").value<QQuickItem *>();
+    QVERIFY(handle);
+    QPoint at = sceneRect(handle).center().toPoint();
+    QTest::mousePress(viewer.get(), Qt::LeftButton, {}, at);
+    const int endY = at.y() + dy;
+    while (at.y() != endY) {
+        at.ry() = dy < 0 ? qMax(endY, at.y() - 3) : qMin(endY, at.y() + 3);
+        QTest::mouseMove(viewer.get(), at, 5);
+    }
+    QTest::mouseRelease(viewer.get(), Qt::LeftButton, {}, at);
+    QTest::qWait(20);
+}
+
+QStringList TestScene::journalOf(const QString &control) const
+{
+    return card->journal().filter(QRegularExpression(QStringLiteral("^") + QRegularExpression::escape(control) + QStringLiteral("=")));
+}
+
+// Every control on the page lies inside the window, is a touch target in both directions and
+// overlaps no other control; no text is cut short; on the largest screen no text is below 18 px.
+void TestScene::checkLayout(const QString &page, bool largestScreen)
+{
+    QList<QQuickItem *> controls, texts;
+    collect(viewer->contentItem(), controls, texts);
+    const QRectF window(QPointF(0, 0), viewer->size());
+    QVERIFY(controls.size() > 5);
+    for (QQuickItem *control : controls) {
+        const QRectF r = sceneRect(control);
+        QVERIFY2(window.adjusted(-0.5, -0.5, 0.5, 0.5).contains(r), qPrintable(page + ": outside: " + describe(control)));
+        QVERIFY2(r.width() >= 47.5 && r.height() >= 47.5, qPrintable(page + ": too small: " + describe(control)));
+        for (QQuickItem *other : controls) {
+            if (other == control || control->isAncestorOf(other) || other->isAncestorOf(control))
+                continue;
+            QVERIFY2(!r.adjusted(0.5, 0.5, -0.5, -0.5).intersects(sceneRect(other)),
+                     qPrintable(page + ": " + describe(control) + " overlaps " + describe(other)));
+        }
+    }
+    for (QQuickItem *text : texts) {
+        QVERIFY2(!text->property("truncated").toBool(), qPrintable(page + ": cut short: " + describe(text)));
+        const int pixelSize = text->property("font").value<QFont>().pixelSize();
+        if (largestScreen)
+            QVERIFY2(pixelSize >= 18, qPrintable(page + QStringLiteral(": %1 px: ").arg(pixelSize) + describe(text)));
+    }
+}
+
+void TestScene::everyPageLoadsCleanAndFits_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("demo");
+    QTest::addColumn<QStringList>("pages");
+
+    const QStringList all{"equalizer", "soundField", "bass", "voice", "profiles"};
+    QTest::newRow("1280x720") << QSize(1280, 720) << false << all;
+    QTest::newRow("1024x600") << QSize(1024, 600) << false << all;
+    QTest::newRow("800x480") << QSize(800, 480) << false << all;
+    QTest::newRow("800x480, demo mode: two pages and the badge") << QSize(800, 480) << true
+                                                                 << QStringList{"equalizer", "soundField"};
+}
+
+void TestScene::everyPageLoadsCleanAndFits()
+{
+    QFETCH(QSize, size);
+    QFETCH(bool, demo);
+    QFETCH(QStringList, pages);
+
+    load(size, demo);
+    if (QTest::currentTestFailed())
+        return;
+    QQuickItem *badge = item(QStringLiteral("demoBadge"));
+    QVERIFY(badge);
+    QCOMPARE(badge->isVisible(), demo);
+    for (const QString &page : QStringList{"equalizer", "soundField", "bass", "voice", "profiles"}) {
+        QQuickItem *entry = item(QStringLiteral("rail:") + page);
+        QVERIFY(entry);
+        QCOMPARE(entry->isVisible(), pages.contains(page));
+    }
+    for (const QString &page : pages) {
+        tap(QStringLiteral("rail:") + page);
+        QQuickItem *shownPage = item(QStringLiteral("page:") + page);
+        QVERIFY2(shownPage && shownPage->isVisible(), qPrintable(page));
+        viewer->grabWindow(); // renders the page, canvas and shapes included
+        checkLayout(page, size == QSize(1280, 720));
+    }
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+void TestScene::bandDragWritesOncePerDecibel_data()
+{
+    QTest::addColumn<bool>("refused");
+    QTest::newRow("card takes every step: one write per dB, one undo step") << false;
+    QTest::newRow("card refuses band 3: no value asked twice, slider back at 0 dB") << true;
+}
+
+void TestScene::bandDragWritesOncePerDecibel()
+{
+    QFETCH(bool, refused);
+    const QString control = QStringLiteral("User PEQ Band3 Gain");
+
+    load(QSize(1280, 720));
+    if (QTest::currentTestFailed())
+        return;
+    QCOMPARE(eq->gain3(), 0);
+    card->clearLogs();
+    if (refused)
+        card->failWrites({control});
+
+    QQuickItem *slider = item(QStringLiteral("band3"));
+    const qreal pixelsPerDb = (slider->property("availableHeight").toReal()
+                               - slider->property("handle").value<QQuickItem *>()->height()) / 80.0;
+    dragHandle(QStringLiteral("band3"), -qRound(pixelsPerDb * 6));
+
+    QStringList asked;
+    const QRegularExpression write(QStringLiteral("^amixer sset \"%1\" (-?\\d+)").arg(control));
+    for (const QString &line : card->commands()) {
+        const QRegularExpressionMatch match = write.match(line);
+        if (match.hasMatch())
+            asked << match.captured(1);
+    }
+    QVERIFY2(QStringList(asked).removeDuplicates() == 0, qPrintable(asked.join(QLatin1Char(' '))));
+
+    if (refused) {
+        QVERIFY(!asked.isEmpty());
+        QCOMPARE(journalOf(control), QStringList());
+        QCOMPARE(eq->gain3(), 0);
+        QCOMPARE(slider->property("value").toReal(), 0.0);
+        QVERIFY(!item(QStringLiteral("undo"))->isEnabled());
+    } else {
+        QCOMPARE(journalOf(control), (QStringList{control + "=61", control + "=62", control + "=63",
+                                                   control + "=64", control + "=65", control + "=66"}));
+        QCOMPARE(eq->gain3(), 6);
+        QCOMPARE(slider->property("value").toReal(), 6.0);
+        card->clearLogs();
+        tap(QStringLiteral("undo"));
+        QCOMPARE(card->journal(), QStringList{control + "=60"});
+        QCOMPARE(eq->gain3(), 0);
+        QVERIFY(!item(QStringLiteral("undo"))->isEnabled());
+    }
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+void TestScene::pickerShowsWhatTheControllerReports_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::addColumn<QString>("choice");
+    QTest::addColumn<QString>("failing");
+    QTest::addColumn<QString>("selected");
+    QTest::addColumn<QStringList>("journal");
+
+    QTest::newRow("mode bypass taken") << "equalizer" << "mode:bypass" << ""
+                                       << "mode:bypass" << QStringList{"User PEQ Switch Mode=2"};
+    QTest::newRow("mode bypass refused: process stays lit") << "equalizer" << "mode:bypass" << "User PEQ Switch Mode"
+                                                            << "mode:process" << QStringList{};
+    QTest::newRow("clear voice off taken: both paths at 2") << "voice" << "cvc:Off" << ""
+                                                            << "cvc:Off"
+                                                            << QStringList{"Voicecall CVC Send Mode=2", "Voicecall CVC Recv Mode=2"};
+    QTest::newRow("clear voice off refused: On stays lit") << "voice" << "cvc:Off" << "Voicecall CVC Send Mode"
+                                                           << "cvc:On" << QStringList{};
+    QTest::newRow("sweet spot 3 from the cabin") << "soundField" << "seat3" << ""
+                                                 << "seat3"
+                                                 << QStringList{"Music Chan1 Delay=203", "Music Chan2 Delay=272",
+                                                                "Music Chan3 Delay=91", "Music Chan4 Delay=203"};
+}
+
+void TestScene::pickerShowsWhatTheControllerReports()
+{
+    QFETCH(QString, page);
+    QFETCH(QString, choice);
+    QFETCH(QString, failing);
+    QFETCH(QString, selected);
+    QFETCH(QStringList, journal);
+
+    card->setValue(QStringLiteral("Voicecall CVC Send Mode"), 1);
+    card->setValue(QStringLiteral("Voicecall CVC Recv Mode"), 1);
+    load(QSize(1280, 720));
+    if (QTest::currentTestFailed())
+        return;
+    tap(QStringLiteral("rail:") + page);
+    card->clearLogs();
+    if (!failing.isEmpty())
+        card->failWrites({failing});
+
+    tap(choice);
+    QCOMPARE(card->journal(), journal);
+    QQuickItem *lit = item(selected);
+    QVERIFY(lit);
+    QVERIFY2(lit->property("selected").toBool() || lit->property("chosen").toBool(), qPrintable(selected));
+    if (choice != selected) {
+        QQuickItem *refused = item(choice);
+        QVERIFY(!refused->property("selected").toBool());
+    }
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+void TestScene::presetHoldSavesAndTapApplies()
+{
+    load(QSize(1280, 720));
+    if (QTest::currentTestFailed())
+        return;
+    QVERIFY(eq->changeGain(2, 5));
+    QVERIFY(eq->changeGain(9, -7));
+
+    // Hold: the gains now shown go into "Rock", with a confirmation on screen.
+    QQuickItem *rock = item(QStringLiteral("preset:Rock"));
+    QVERIFY(rock);
+    const QPoint at = sceneRect(rock).center().toPoint();
+    QTest::mousePress(viewer.get(), Qt::LeftButton, {}, at);
+    QTest::qWait(qGuiApp->styleHints()->mousePressAndHoldInterval() + 300);
+    QTest::mouseRelease(viewer.get(), Qt::LeftButton, {}, at);
+    QTest::qWait(50);
+    QCOMPARE(eq->activatedPresetIdValue(), 1);
+    QVERIFY(rock->property("selected").toBool());
+    QTRY_VERIFY(item(QStringLiteral("toast"))->isVisible());
+    eq->findChild<QSettings *>()->sync();
+    const QVariantHash stored = QSettings(settingsDir->filePath(QStringLiteral("Equalizer.conf")), QSettings::NativeFormat)
+                                        .value(QStringLiteral("Rock")).toHash();
+    QCOMPARE(stored.value(QStringLiteral("170")).toInt(), 5);
+    QCOMPARE(stored.value(QStringLiteral("14k")).toInt(), -7);
+
+    // Tap after a change: the stored gains go back to the card, as one undo step.
+    QVERIFY(eq->changeGain(2, 0));
+    QCOMPARE(eq->activatedPresetIdValue(), -1);
+    card->clearLogs();
+    tap(QStringLiteral("preset:Rock"));
+    QCOMPARE(card->journal(), QStringList{"User PEQ Band2 Gain=65"});
+    QCOMPARE(eq->activatedPresetIdValue(), 1);
+    QCOMPARE(item(QStringLiteral("undo"))->property("text").toString(), QStringLiteral("Undo (1)"));
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+QTEST_MAIN(TestScene)
+#include "tst_scene.moc"

@@ -1,0 +1,271 @@
+// The scene's script libraries, as installed, run in a real QML engine: the response curve, the
+// undo history and the writes of a drag.
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QtTest>
+
+#include <cmath>
+#include <memory>
+
+namespace {
+
+// Drives the libraries from QML, where callbacks and JS arrays are at home.
+const char driver[] = R"(
+import QtQml 2.15
+import "logic/response.js" as Response
+import "logic/undo.js" as Undo
+import "logic/drag.js" as Drag
+QtObject {
+    function response(freqs, gains, f) {
+        return Response.responseDb(f, freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; }));
+    }
+    function columnAt(f, centres) { return Response.columnAt(f, centres); }
+    function frequencyAt(x, centres) { return Response.frequencyAt(x, centres); }
+    function curveExtremes(freqs, gains) {
+        const points = Response.curve(freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; }), 16);
+        const dbs = points.map(function (p) { return p.db; });
+        return [Math.min.apply(null, dbs), Math.max.apply(null, dbs), points[0].x, points[points.length - 1].x];
+    }
+    // Records the steps (each [peq, [band, from, to], ...]), then undoes `undos` times with the
+    // bands in `refused` failing. Returns the writes made and the steps left.
+    function undoScenario(steps, undos, refused) {
+        let history = [];
+        for (const step of steps)
+            history = Undo.record(history, step[0], step.slice(1).map(function (c) { return { band: c[0], from: c[1], to: c[2] }; }));
+        const writes = [];
+        for (let i = 0; i < undos; ++i) {
+            history = Undo.undo(history, function (peq, band, gain) {
+                writes.push([peq, band, gain]);
+                return refused.indexOf(band) < 0;
+            });
+        }
+        return { writes: writes, left: history.map(function (s) { return [s.peq, s.changes.length]; }) };
+    }
+    function diff(before, after) {
+        return Undo.diff(before, after).map(function (c) { return [c.band, c.from, c.to]; });
+    }
+    // Starts a drag at `start`, moves the finger through `values` while the controller follows
+    // `accepted` (true: takes each write), ends it; returns the writes and the undo step.
+    function dragScenario(start, values, accepted) {
+        let shown = start;
+        const drag = Drag.begin(start);
+        const writes = [];
+        for (const v of values) {
+            const w = Drag.move(drag, v);
+            if (w !== null) {
+                writes.push(w);
+                if (accepted)
+                    shown = w;
+            }
+        }
+        const change = Drag.end(drag, shown);
+        return { writes: writes, step: change === null ? [] : [change.from, change.to] };
+    }
+}
+)";
+
+const QVariantList centres{60, 170, 310, 600, 1000, 3000, 6000, 12000, 14000, 16000};
+
+QVariantList ints(std::initializer_list<int> values)
+{
+    QVariantList list;
+    for (int v : values)
+        list << v;
+    return list;
+}
+
+} // namespace
+
+class TestSceneLogic : public QObject
+{
+    Q_OBJECT
+
+private:
+    QVariant call(const char *function, const QVariantList &args);
+
+    QQmlEngine engine;
+    std::unique_ptr<QObject> logic;
+
+private slots:
+    void initTestCase();
+
+    void response_data();
+    void response();
+    void curveSpansTheSliders();
+    void axisPutsEachBandOnItsColumn();
+    void undo_data();
+    void undo();
+    void diffListsChangedBandsOnly();
+    void drag_data();
+    void drag();
+};
+
+QVariant TestSceneLogic::call(const char *function, const QVariantList &args)
+{
+    QVariant result;
+    bool ok = false;
+    switch (args.size()) {
+    case 2:
+        ok = QMetaObject::invokeMethod(logic.get(), function, Q_RETURN_ARG(QVariant, result),
+                                       Q_ARG(QVariant, args[0]), Q_ARG(QVariant, args[1]));
+        break;
+    case 3:
+        ok = QMetaObject::invokeMethod(logic.get(), function, Q_RETURN_ARG(QVariant, result),
+                                       Q_ARG(QVariant, args[0]), Q_ARG(QVariant, args[1]), Q_ARG(QVariant, args[2]));
+        break;
+    }
+    if (!ok)
+        qWarning("cannot call %s", function);
+    return result.value<QJSValue>().isUndefined() ? result : result.value<QJSValue>().toVariant();
+}
+
+void TestSceneLogic::initTestCase()
+{
+    const QString dir = qEnvironmentVariable("EQ_BUILD_DIR") + QStringLiteral("/usr/share/qml/equalizer/");
+    QQmlComponent component(&engine);
+    component.setData(driver, QUrl::fromLocalFile(dir + QStringLiteral("logic-driver.qml")));
+    logic.reset(component.create());
+    QVERIFY2(logic, qPrintable(component.errorString()));
+}
+
+void TestSceneLogic::response_data()
+{
+    QTest::addColumn<QVariantList>("freqs");
+    QTest::addColumn<QVariantList>("gains");
+    QTest::addColumn<double>("frequency");
+    QTest::addColumn<double>("expected");
+    QTest::addColumn<double>("tolerance");
+
+    QTest::newRow("one band at its centre: its own gain") << ints({1000}) << ints({6}) << 1000.0 << 6.0 << 1e-9;
+    QTest::newRow("a cut mirrors a boost") << ints({1000}) << ints({-12}) << 1000.0 << -12.0 << 1e-9;
+    QTest::newRow("three octaves away: nearly flat") << ints({1000}) << ints({12}) << 125.0 << 0.0 << 0.3;
+    QTest::newRow("half an octave away: about half") << ints({1000}) << ints({12}) << 1414.2 << 6.0 << 1.0;
+    QTest::newRow("0 dB bands add nothing") << centres << ints({0, 0, 0, 0, 0, 0, 0, 0, 0, 0}) << 440.0 << 0.0 << 1e-12;
+    QTest::newRow("a failed read (-61) stays finite") << ints({310}) << ints({-61}) << 310.0 << -61.0 << 1e-9;
+}
+
+void TestSceneLogic::response()
+{
+    QFETCH(QVariantList, freqs);
+    QFETCH(QVariantList, gains);
+    QFETCH(double, frequency);
+    QFETCH(double, expected);
+    QFETCH(double, tolerance);
+
+    const double db = call("response", {freqs, gains, frequency}).toDouble();
+    QVERIFY(std::isfinite(db));
+    QVERIFY2(std::abs(db - expected) <= tolerance, qPrintable(QString::number(db)));
+}
+
+void TestSceneLogic::curveSpansTheSliders()
+{
+    // One boosted band: the curve peaks there with the band's gain and never dips below 0 dB; it
+    // runs half a column beyond the first and the last slider.
+    const QVariantList extremes = call("curveExtremes", {centres, ints({0, 0, 8, 0, 0, 0, 0, 0, 0, 0})}).toList();
+    QCOMPARE(extremes.size(), 4);
+    QVERIFY(extremes[0].toDouble() >= 0);
+    QVERIFY(std::abs(extremes[1].toDouble() - 8) < 0.5);
+    QCOMPARE(extremes[2].toDouble(), -0.5);
+    QCOMPARE(extremes[3].toDouble(), 9.5);
+}
+
+void TestSceneLogic::axisPutsEachBandOnItsColumn()
+{
+    for (int i = 0; i < centres.size(); ++i)
+        QCOMPARE(call("columnAt", {centres[i], centres}).toDouble(), double(i));
+    double last = -1e9;
+    for (double f = 20; f <= 20000; f *= 1.1) {
+        const double x = call("columnAt", {f, centres}).toDouble();
+        QVERIFY2(x > last, qPrintable(QString::number(f)));
+        QVERIFY(std::abs(call("frequencyAt", {x, centres}).toDouble() - f) < f * 1e-9);
+        last = x;
+    }
+}
+
+void TestSceneLogic::undo_data()
+{
+    QTest::addColumn<QVariantList>("steps");
+    QTest::addColumn<int>("undos");
+    QTest::addColumn<QVariantList>("refused");
+    QTest::addColumn<QVariantList>("writes");
+    QTest::addColumn<QVariantList>("left");
+
+    const QVariantList none;
+    QTest::newRow("nothing to undo: no write")
+            << none << 1 << none << none << none;
+    QTest::newRow("newest step first, its last change first")
+            << QVariantList{QVariantList{0, ints({3, 0, 4})}, QVariantList{0, ints({1, 2, 5}), ints({7, -3, 0})}}
+            << 1 << none
+            << QVariantList{ints({0, 7, -3}), ints({0, 1, 2})}
+            << QVariantList{ints({0, 1})};
+    QTest::newRow("a step keeps its speaker set")
+            << QVariantList{QVariantList{2, ints({0, 0, -6})}} << 1 << none
+            << QVariantList{ints({2, 0, 0})} << none;
+    QTest::newRow("a refused band stays for another try")
+            << QVariantList{QVariantList{0, ints({1, 0, 3}), ints({2, 0, 4})}} << 1 << ints({2})
+            << QVariantList{ints({0, 2, 0}), ints({0, 1, 0})} << QVariantList{ints({0, 1})};
+    QTest::newRow("a gesture that changed nothing is no step")
+            << QVariantList{QVariantList{0, ints({3, 4, 4})}} << 1 << none << none << none;
+
+    QVariantList many, lastWrites;
+    for (int i = 1; i <= 21; ++i)
+        many.append(QVariant(QVariantList{0, ints({1, i - 1, i})}));
+    for (int i = 21; i >= 2; --i)
+        lastWrites.append(QVariant(ints({0, 1, i - 1})));
+    QTest::newRow("21 steps: the oldest is gone, 20 undos take the rest")
+            << many << 21 << none << lastWrites << none;
+}
+
+void TestSceneLogic::undo()
+{
+    QFETCH(QVariantList, steps);
+    QFETCH(int, undos);
+    QFETCH(QVariantList, refused);
+    QFETCH(QVariantList, writes);
+    QFETCH(QVariantList, left);
+
+    const QVariantMap result = call("undoScenario", {steps, undos, refused}).toMap();
+    QCOMPARE(result.value(QStringLiteral("writes")).toList(), writes);
+    QCOMPARE(result.value(QStringLiteral("left")).toList(), left);
+}
+
+void TestSceneLogic::diffListsChangedBandsOnly()
+{
+    const QVariantList changes = call("diff", {ints({0, 1, 2, 3}), ints({0, 5, 2, -3})}).toList();
+    QCOMPARE(changes, (QVariantList{ints({1, 1, 5}), ints({3, 3, -3})}));
+}
+
+void TestSceneLogic::drag_data()
+{
+    QTest::addColumn<int>("start");
+    QTest::addColumn<QVariantList>("values");
+    QTest::addColumn<bool>("accepted");
+    QTest::addColumn<QVariantList>("writes");
+    QTest::addColumn<QVariantList>("step");
+
+    QTest::newRow("up three dB: three writes, one step")
+            << 0 << QVariantList{0, 0.4, 1, 1, 1.2, 2, 2, 3} << true << ints({1, 2, 3}) << ints({0, 3});
+    QTest::newRow("up and back: a write per change, no step")
+            << 4 << QVariantList{5, 6, 5, 4} << true << ints({5, 6, 5, 4}) << QVariantList{};
+    QTest::newRow("refused: each value asked once, no step")
+            << 0 << QVariantList{1, 1, 2, 2, 1} << false << ints({1, 2, 1}) << QVariantList{};
+    QTest::newRow("finger never leaves the start value: nothing")
+            << -12 << QVariantList{-12, -12.3, -11.6} << true << QVariantList{} << QVariantList{};
+}
+
+void TestSceneLogic::drag()
+{
+    QFETCH(int, start);
+    QFETCH(QVariantList, values);
+    QFETCH(bool, accepted);
+    QFETCH(QVariantList, writes);
+    QFETCH(QVariantList, step);
+
+    const QVariantMap result = call("dragScenario", {start, values, accepted}).toMap();
+    QCOMPARE(result.value(QStringLiteral("writes")).toList(), writes);
+    QCOMPARE(result.value(QStringLiteral("step")).toList(), step);
+}
+
+QTEST_MAIN(TestSceneLogic)
+#include "tst_scenelogic.moc"
