@@ -16,7 +16,7 @@ public:
     ~InputEventThread() override;
 
     // Asks the read loop to end and wakes it even while it waits for the device. Returns at once;
-    // the owner joins with wait().
+    // the owner joins with wait(). Final: a loop started after it ends at once.
     void stop();
 
 signals:

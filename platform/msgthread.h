@@ -13,11 +13,11 @@ class MsgThread : public QThread
 
 public:
     explicit MsgThread(QObject *parent = nullptr);
-    // Stops the loop and joins the thread.
+    // Stops the loop, joins the thread and drops the connection.
     ~MsgThread() override;
 
     // Asks the receive loop to end and wakes it from its one-second pause. Returns at once; the
-    // owner joins with wait().
+    // owner joins with wait(). Final: a loop started after it ends once the queue is drained.
     void stop();
 
 signals:
@@ -31,6 +31,9 @@ protected:
 
 private:
     void sendMessage(const char *member);
+    void receive(DBusConnection *bus);
+    // One second between polls; false once stop() has been called.
+    bool pause();
 
     DBusConnection *connection = nullptr;
     int wakeFd = -1;
