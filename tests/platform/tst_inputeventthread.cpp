@@ -1,0 +1,167 @@
+#include "platform/inputeventthread.h"
+#include "support/stdoutcapture.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <linux/input.h>
+
+#include <array>
+#include <atomic>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Records in the running kernel's own layout, as the device hands them out.
+QByteArray records(std::initializer_list<std::array<int, 3>> events)
+{
+    QByteArray bytes;
+    for (const auto &e : events) {
+        input_event event{};
+        event.type = quint16(e[0]);
+        event.code = quint16(e[1]);
+        event.value = e[2];
+        bytes.append(reinterpret_cast<const char *>(&event), sizeof event);
+    }
+    return bytes;
+}
+
+// True once some descriptor of this process is open on path (the reader has passed open()).
+bool openedHere(const QString &path)
+{
+    const QDir fds(QStringLiteral("/proc/self/fd"));
+    for (const QFileInfo &fd : fds.entryInfoList(QDir::Files | QDir::System))
+        if (fd.symLinkTarget() == path)
+            return true;
+    return false;
+}
+
+// The key device is a FIFO: the test writes records, and closing its end is the end of file.
+class KeyFifo
+{
+public:
+    KeyFifo() { mkfifo(path().toLocal8Bit().constData(), 0600); }
+    ~KeyFifo() { closeWriter(); }
+    QString path() const { return dir.filePath(QStringLiteral("keys")); }
+    // Never blocks: fails until the reader has opened its end.
+    bool openWriter()
+    {
+        if (writer < 0)
+            writer = open(path().toLocal8Bit().constData(), O_WRONLY | O_NONBLOCK);
+        return writer >= 0;
+    }
+    // The first `split` bytes go alone, and the rest only once the reader has taken them.
+    bool write(const QByteArray &bytes, int split)
+    {
+        const int first = split > 0 ? split : bytes.size();
+        if (::write(writer, bytes.constData(), size_t(first)) != first)
+            return false;
+        int unread = 1;
+        while (split > 0 && ioctl(writer, FIONREAD, &unread) == 0 && unread > 0)
+            QTest::qWait(5);
+        const int rest = bytes.size() - first;
+        return ::write(writer, bytes.constData() + first, size_t(rest)) == rest;
+    }
+    void closeWriter()
+    {
+        if (writer >= 0)
+            close(writer);
+        writer = -1;
+    }
+
+private:
+    QTemporaryDir dir;
+    int writer = -1;
+};
+
+} // namespace
+
+class TestInputEventThread : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void keys_data()
+    {
+        QTest::addColumn<QByteArray>("input");
+        QTest::addColumn<int>("split");
+        QTest::addColumn<int>("clicks");
+        QTest::addColumn<QByteArray>("printed");
+        const QByteArray press = "event code: 172, event value: 1\n";
+        const QByteArray release = "event code: 172, event value: 0\n";
+        QTest::newRow("Home press then release: one click, on the release")
+            << records({{1, 172, 1}, {1, 172, 0}}) << 0 << 1 << press + release;
+        QTest::newRow("Home auto-repeat: printed, no click")
+            << records({{1, 172, 2}}) << 0 << 0 << QByteArray("event code: 172, event value: 2\n");
+        QTest::newRow("release of another key: printed, no click")
+            << records({{1, 114, 0}}) << 0 << 0 << QByteArray("event code: 114, event value: 0\n");
+        QTest::newRow("sync reports: not printed")
+            << records({{1, 172, 1}, {0, 0, 0}, {1, 172, 0}, {0, 0, 0}}) << 0 << 1 << press + release;
+        QTest::newRow("release split across two reads: one click")
+            << records({{1, 172, 0}}) << 10 << 1 << release;
+    }
+    void keys()
+    {
+        QFETCH(QByteArray, input);
+        QFETCH(int, split);
+        QFETCH(int, clicks);
+        QFETCH(QByteArray, printed);
+        KeyFifo fifo;
+        InputEventThread thread(nullptr, fifo.path());
+        std::atomic<int> clicked{0};
+        connect(&thread, &InputEventThread::homeKeyClicked, [&] { ++clicked; });
+        QByteArray out;
+        {
+            StdoutCapture capture;
+            thread.start();
+            QTRY_VERIFY(fifo.openWriter());
+            QVERIFY(fifo.write(input, split));
+            fifo.closeWriter();
+            QVERIFY(thread.wait(5000));
+            out = capture.text();
+        }
+        QCOMPARE(out, "InputEventThread start\n" + printed);
+        QCOMPARE(clicked.load(), clicks);
+    }
+
+    void missingDevice()
+    {
+        QTemporaryDir dir;
+        InputEventThread thread(nullptr, dir.filePath(QStringLiteral("absent")));
+        QByteArray out;
+        {
+            StdoutCapture capture;
+            thread.start();
+            QVERIFY(thread.wait(5000));
+            out = capture.text();
+        }
+        QCOMPARE(out, QByteArray("InputEventThread start\nCan't open the input file\n"));
+    }
+
+    void stopWhileWaiting_data()
+    {
+        QTest::addColumn<bool>("writer");
+        QTest::newRow("device that no one writes to yet") << false;
+        QTest::newRow("device held open by an idle writer") << true;
+    }
+    void stopWhileWaiting()
+    {
+        QFETCH(bool, writer);
+        KeyFifo fifo;
+        InputEventThread thread(nullptr, fifo.path());
+        thread.start();
+        QTRY_VERIFY(openedHere(fifo.path()));
+        if (writer)
+            QVERIFY(fifo.openWriter());
+        thread.stop();
+        QVERIFY(thread.wait(5000));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestInputEventThread)
+#include "tst_inputeventthread.moc"

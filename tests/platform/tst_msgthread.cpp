@@ -1,0 +1,174 @@
+#include "platform/msgthread.h"
+#include "support/privatebus.h"
+#include "support/stdoutcapture.h"
+
+#include <QMutex>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <dbus/dbus.h>
+
+#include <atomic>
+
+namespace {
+
+const QString unknown = QStringLiteral("warning unknown message.ignore..\r\n");
+const QString resumed = QStringLiteral("<Equalizer - MsgThread> ---- received resume message\r\n");
+const QString noConnection = QStringLiteral("error: <Equalizer - MsgThread> dbus connection is null\r\n");
+const char rule[] = "type='signal',interface='zk.app.Equalizer.interface'";
+// How the monitor shows the loop subscribing: from then on the bus routes the signals to it.
+const QByteArray subscribed = QByteArray("member=AddMatch\n   string \"") + rule + '"';
+
+// What the toolkit's debug handler receives, from any thread.
+class DebugLog
+{
+public:
+    DebugLog() { previous = qInstallMessageHandler(record); }
+    ~DebugLog() { qInstallMessageHandler(previous); }
+    static QStringList lines()
+    {
+        QMutexLocker locker(&mutex);
+        return recorded;
+    }
+
+private:
+    static void record(QtMsgType type, const QMessageLogContext &, const QString &message)
+    {
+        QMutexLocker locker(&mutex);
+        if (type == QtDebugMsg)
+            recorded << message;
+    }
+    static inline QMutex mutex;
+    static inline QStringList recorded;
+    QtMessageHandler previous;
+};
+
+} // namespace
+
+// Each case runs in a process of its own: libdbus keeps one system-bus connection per process.
+class TestMsgThread : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void receive_data()
+    {
+        QTest::addColumn<QStringList>("sent");
+        QTest::addColumn<QStringList>("logged");
+        // The bus greets every new connection first (NameAcquired), which the loop does not know.
+        // A closing "resume" marks the point where everything sent before it has been handled.
+        QTest::newRow("resume: one appResume, one line")
+            << QStringList{"zk.app.Equalizer.interface.resume"} << QStringList{unknown, resumed};
+        QTest::newRow("minimize on the same interface: a warning only")
+            << QStringList{"zk.app.Equalizer.interface.minimize", "zk.app.Equalizer.interface.resume"}
+            << QStringList{unknown, unknown, resumed};
+        QTest::newRow("resume on another interface: never delivered")
+            << QStringList{"zk.app.Other.interface.resume", "zk.app.Equalizer.interface.resume"}
+            << QStringList{unknown, resumed};
+    }
+    void receive()
+    {
+        EQ_RUN_IN_OWN_PROCESS();
+        QFETCH(QStringList, sent);
+        QFETCH(QStringList, logged);
+        PrivateBus bus;
+        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
+        QVERIFY(bus.startMonitor());
+        DebugLog log;
+        MsgThread thread;
+        std::atomic<int> resumes{0};
+        connect(&thread, &MsgThread::appResume, [&] { ++resumes; });
+        thread.start();
+        QVERIFY(bus.waitForMonitor(subscribed));
+
+        for (const QString &signal : sent)
+            QVERIFY(bus.sendSignal(QStringLiteral("/"), signal));
+        QTRY_COMPARE(resumes.load(), 1);
+        thread.stop();
+        QVERIFY(thread.wait(5000));
+        QCOMPARE(resumes.load(), 1);
+        QCOMPARE(log.lines(), logged);
+    }
+
+    void queuedSignalsAreHandledInOnePass()
+    {
+        EQ_RUN_IN_OWN_PROCESS();
+        PrivateBus bus;
+        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
+        MsgThread thread;
+        std::atomic<int> resumes{0};
+        connect(&thread, &MsgThread::appResume, [&] { ++resumes; });
+        // Subscribing the shared connection here queues the three signals on it before the loop
+        // starts; with stop() already requested, the loop ends at its first pause, so all three
+        // are handled only if it drains the queue without pausing in between.
+        DBusError error;
+        dbus_error_init(&error);
+        DBusConnection *shared = dbus_bus_get(DBUS_BUS_SYSTEM, &error);
+        QVERIFY(shared);
+        dbus_bus_add_match(shared, rule, &error);
+        QVERIFY(!dbus_error_is_set(&error));
+        QVERIFY(bus.startMonitor());
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(bus.sendSignal(QStringLiteral("/"), QStringLiteral("zk.app.Equalizer.interface.resume")));
+        QTRY_COMPARE(bus.monitorOutput().count("member=resume"), 3);
+
+        thread.stop();
+        thread.start();
+        QVERIFY(thread.wait(5000));
+        QCOMPARE(resumes.load(), 3);
+        dbus_connection_unref(shared);
+    }
+
+    void onAppPausedBroadcastsMinimize()
+    {
+        EQ_RUN_IN_OWN_PROCESS();
+        PrivateBus bus;
+        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
+        QVERIFY(bus.startMonitor());
+        DebugLog log;
+        MsgThread thread;
+        thread.start();
+        QVERIFY(bus.waitForMonitor(subscribed));
+
+        thread.onAppPaused();
+        QVERIFY(bus.waitForMonitor(
+            "path=/zk/activity/Equalizer; interface=zk.activity.manager.interface; member=minimize"));
+        QVERIFY(log.lines().contains(QStringLiteral("<Equalizer - MsgThread> sent minimize to launch\r\n")));
+    }
+
+    void withoutBus()
+    {
+        EQ_RUN_IN_OWN_PROCESS();
+        QTemporaryDir dir;
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + dir.filePath("none").toLocal8Bit());
+        DebugLog log;
+        StdoutCapture out;
+        MsgThread thread;
+        thread.start();
+        QVERIFY(thread.wait(5000));
+        thread.onAppPaused();
+        QCOMPARE(out.text(), QByteArray("<Equalizer - MsgThread> dbus get error\nRadio recv dbus deamon exit \n"));
+        QCOMPARE(log.lines(), QStringList({noConnection, noConnection}));
+    }
+
+    void busGoingAwayEndsTheLoop()
+    {
+        EQ_RUN_IN_OWN_PROCESS();
+        PrivateBus bus;
+        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
+        QVERIFY(bus.startMonitor());
+        DebugLog log;
+        StdoutCapture out;
+        MsgThread thread;
+        thread.start();
+        QVERIFY(bus.waitForMonitor(subscribed));
+
+        bus.stop();
+        QVERIFY(thread.wait(5000));
+        QCOMPARE(out.text(), QByteArray("Radio recv dbus deamon exit \n"));
+        thread.onAppPaused();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestMsgThread)
+#include "tst_msgthread.moc"
