@@ -11,21 +11,24 @@
 
 #include <memory>
 
+using L = QStringList;
+using M = QVariantMap;
+
 namespace {
 
 const QString sendMode = QStringLiteral("Voicecall CVC Send Mode");
 const QString recvMode = QStringLiteral("Voicecall CVC Recv Mode");
 const QString twoMic = QStringLiteral("Voicecall CVC 2Mic");
-const QStringList cvcProperties = {"cvcMode", "currentCvcSendModeIdx", "currentCvcRecvModeIdx", "twoMicMode"};
+const L cvcProperties = {"cvcMode", "currentCvcSendModeIdx", "currentCvcRecvModeIdx", "twoMicMode"};
 
 QString set(const QString &control, const QVariant &value)
 {
     return QStringLiteral("amixer sset \"%1\" %2").arg(control, value.toString());
 }
 
-QStringList traces(const QByteArray &out)
+L traces(const QByteArray &out)
 {
-    QStringList lines;
+    L lines;
     for (const QByteArray &line : out.split('\n'))
         if (line.startsWith("<Equalizer>"))
             lines << QString::fromUtf8(line.mid(11));
@@ -41,7 +44,7 @@ class TstVoicecall : public QObject
     std::unique_ptr<VirtualCard> card;
     QTemporaryDir dir;
     std::unique_ptr<Equalizer> eq;
-    QStringList notified;
+    L notified;
 
     // The voice-call commands of the user profile, as storing it would keep them.
     QSet<QString> recorded()
@@ -55,9 +58,9 @@ class TstVoicecall : public QObject
         return cmds;
     }
 
-    QVariantMap cvcState() const
+    M cvcState() const
     {
-        QVariantMap state;
+        M state;
         for (const QString &name : cvcProperties)
             state[name] = eq->property(qPrintable(name));
         return state;
@@ -89,69 +92,55 @@ private slots:
     {
         QTest::addColumn<QByteArray>("slot");
         QTest::addColumn<QVariant>("arg");
-        QTest::addColumn<QStringList>("refused");
+        QTest::addColumn<L>("refused");
         QTest::addColumn<bool>("ok");
-        QTest::addColumn<QStringList>("sent");
-        QTest::addColumn<QStringList>("reached");
-        QTest::addColumn<QStringList>("newlyRecorded");
-        QTest::addColumn<QStringList>("signalled");
-        QTest::addColumn<QVariantMap>("changed");
+        QTest::addColumn<L>("sent");
+        QTest::addColumn<L>("reached");
+        QTest::addColumn<L>("newlyRecorded");
+        QTest::addColumn<L>("signalled");
+        QTest::addColumn<M>("changed");
 
-        const QStringList none;
+        const L s1{set(sendMode, 1)}, r1{set(recvMode, 1)}, on{set(twoMic, "on")};
         QTest::newRow("CVC on: 1 to send then receive, both recorded, one signal")
-                << QByteArray("changeCvcMode") << QVariant(true) << none << true
-                << QStringList{set(sendMode, 1), set(recvMode, 1)}
-                << QStringList{sendMode + "=1", recvMode + "=1"}
-                << QStringList{set(sendMode, 1), set(recvMode, 1)} << QStringList{"cvcMode(1)"}
-                << QVariantMap{{"cvcMode", true}, {"currentCvcSendModeIdx", 1}, {"currentCvcRecvModeIdx", 1}};
+                << QByteArray("changeCvcMode") << QVariant(true) << L() << true << s1 + r1
+                << L{sendMode + "=1", recvMode + "=1"} << s1 + r1 << L{"cvcMode(1)"}
+                << M{{"cvcMode", true}, {"currentCvcSendModeIdx", 1}, {"currentCvcRecvModeIdx", 1}};
         QTest::newRow("CVC off: 2 to both paths")
-                << QByteArray("changeCvcMode") << QVariant(false) << none << true
-                << QStringList{set(sendMode, 2), set(recvMode, 2)}
-                << QStringList{sendMode + "=2", recvMode + "=2"}
-                << QStringList{set(sendMode, 2), set(recvMode, 2)} << QStringList{"cvcMode(0)"}
-                << QVariantMap{{"cvcMode", false}, {"currentCvcSendModeIdx", 2}, {"currentCvcRecvModeIdx", 2}};
+                << QByteArray("changeCvcMode") << QVariant(false) << L() << true << L{set(sendMode, 2), set(recvMode, 2)}
+                << L{sendMode + "=2", recvMode + "=2"} << L{set(sendMode, 2), set(recvMode, 2)} << L{"cvcMode(0)"}
+                << M{{"cvcMode", false}, {"currentCvcSendModeIdx", 2}, {"currentCvcRecvModeIdx", 2}};
         QTest::newRow("CVC on, receive refused: send changed and recorded, no field, no signal")
-                << QByteArray("changeCvcMode") << QVariant(true) << QStringList{recvMode} << false
-                << QStringList{set(sendMode, 1), set(recvMode, 1)} << QStringList{sendMode + "=1"}
-                << QStringList{set(sendMode, 1)} << none << QVariantMap();
+                << QByteArray("changeCvcMode") << QVariant(true) << L{recvMode} << false << s1 + r1
+                << L{sendMode + "=1"} << s1 << L() << M();
         QTest::newRow("CVC on, send refused: receive not tried")
-                << QByteArray("changeCvcMode") << QVariant(true) << QStringList{sendMode} << false
-                << QStringList{set(sendMode, 1)} << none << none << none << QVariantMap();
+                << QByteArray("changeCvcMode") << QVariant(true) << L{sendMode} << false << s1 << L() << L() << L() << M();
         QTest::newRow("send mode 3: written and signalled, not recorded, CVC flag kept")
-                << QByteArray("changeCvcSendMode") << QVariant(3) << none << true << QStringList{set(sendMode, 3)}
-                << QStringList{sendMode + "=3"} << none << QStringList{"send(3)"}
-                << QVariantMap{{"currentCvcSendModeIdx", 3}};
+                << QByteArray("changeCvcSendMode") << QVariant(3) << L() << true << L{set(sendMode, 3)}
+                << L{sendMode + "=3"} << L() << L{"send(3)"} << M{{"currentCvcSendModeIdx", 3}};
         QTest::newRow("receive mode 0: the same on the receive path")
-                << QByteArray("changeCvcRecvMode") << QVariant(0) << none << true << QStringList{set(recvMode, 0)}
-                << QStringList{recvMode + "=0"} << none << QStringList{"recv(0)"}
-                << QVariantMap{{"currentCvcRecvModeIdx", 0}};
-        QTest::newRow("receive mode refused: nothing changes")
-                << QByteArray("changeCvcRecvMode") << QVariant(5) << QStringList{recvMode} << false
-                << QStringList{set(recvMode, 5)} << none << none << none << QVariantMap();
+                << QByteArray("changeCvcRecvMode") << QVariant(0) << L() << true << L{set(recvMode, 0)}
+                << L{recvMode + "=0"} << L() << L{"recv(0)"} << M{{"currentCvcRecvModeIdx", 0}};
         QTest::newRow("2Mic on: switched, recorded, one signal")
-                << QByteArray("changeTwoMicMode") << QVariant(true) << none << true << QStringList{set(twoMic, "on")}
-                << QStringList{twoMic + "=1"} << QStringList{set(twoMic, "on")} << QStringList{"twoMic(1)"}
-                << QVariantMap{{"twoMicMode", true}};
+                << QByteArray("changeTwoMicMode") << QVariant(true) << L() << true << on
+                << L{twoMic + "=1"} << on << L{"twoMic(1)"} << M{{"twoMicMode", true}};
         QTest::newRow("2Mic off")
-                << QByteArray("changeTwoMicMode") << QVariant(false) << none << true << QStringList{set(twoMic, "off")}
-                << QStringList{twoMic + "=0"} << QStringList{set(twoMic, "off")} << QStringList{"twoMic(0)"}
-                << QVariantMap{{"twoMicMode", false}};
+                << QByteArray("changeTwoMicMode") << QVariant(false) << L() << true << L{set(twoMic, "off")}
+                << L{twoMic + "=0"} << L{set(twoMic, "off")} << L{"twoMic(0)"} << M{{"twoMicMode", false}};
         QTest::newRow("2Mic on refused: nothing changes")
-                << QByteArray("changeTwoMicMode") << QVariant(true) << QStringList{twoMic} << false
-                << QStringList{set(twoMic, "on")} << none << none << none << QVariantMap();
+                << QByteArray("changeTwoMicMode") << QVariant(true) << L{twoMic} << false << on << L() << L() << L() << M();
     }
 
     void writes()
     {
         QFETCH(QByteArray, slot);
         QFETCH(QVariant, arg);
-        QFETCH(QStringList, refused);
+        QFETCH(L, refused);
         QFETCH(bool, ok);
-        QFETCH(QStringList, sent);
-        QFETCH(QStringList, reached);
-        QFETCH(QStringList, newlyRecorded);
-        QFETCH(QStringList, signalled);
-        QFETCH(QVariantMap, changed);
+        QFETCH(L, sent);
+        QFETCH(L, reached);
+        QFETCH(L, newlyRecorded);
+        QFETCH(L, signalled);
+        QFETCH(M, changed);
 
         // The card skips (and so cannot refuse) a write of the value it holds: make every write a change.
         card->setValue(sendMode, 7);
@@ -160,7 +149,7 @@ private slots:
         card->failWrites(refused);
         card->clearLogs();
         const QSet<QString> recordedBefore = recorded();
-        QVariantMap expected = cvcState();
+        M expected = cvcState();
         for (auto it = changed.cbegin(); it != changed.cend(); ++it)
             expected[it.key()] = it.value();
         notified.clear();
@@ -181,7 +170,7 @@ private slots:
         QCOMPARE(recorded() - recordedBefore, QSet<QString>(newlyRecorded.cbegin(), newlyRecorded.cend()));
         QCOMPARE(notified, signalled);
         QCOMPARE(cvcState(), expected);
-        QStringList traced;
+        L traced;
         for (const QString &cmd : sent)
             traced << (slot == "changeTwoMicMode" ? "changTwoMicMode cmd: " : "changMode cmd: ") + cmd;
         QCOMPARE(traces(out), traced);
@@ -191,46 +180,37 @@ private slots:
     // controls alone, so the values set here are what it reads.
     void readBack_data()
     {
-        QTest::addColumn<int>("send");
-        QTest::addColumn<int>("recv");
-        QTest::addColumn<int>("mic");
-        QTest::addColumn<QStringList>("missing");
-        QTest::addColumn<QStringList>("signalled");
-        QTest::addColumn<QVariantMap>("state");
+        QTest::addColumn<L>("held"); // send mode, receive mode, 2Mic as the card holds them
+        QTest::addColumn<L>("missing");
+        QTest::addColumn<L>("signalled");
+        QTest::addColumn<M>("state");
         QTest::addColumn<bool>("failureTraced");
 
-        QTest::newRow("1 and 1, 2Mic on: CVC on") << 1 << 1 << 1 << QStringList()
-                << QStringList{"cvcMode(1)", "twoMic(1)"}
-                << QVariantMap{{"cvcMode", true}, {"currentCvcSendModeIdx", 1}, {"currentCvcRecvModeIdx", 1}, {"twoMicMode", true}}
-                << false;
-        QTest::newRow("1 and 2, 2Mic off: CVC off") << 1 << 2 << 0 << QStringList()
-                << QStringList{"cvcMode(0)", "twoMic(0)"}
-                << QVariantMap{{"cvcMode", false}, {"currentCvcSendModeIdx", 1}, {"currentCvcRecvModeIdx", 2}, {"twoMicMode", false}}
-                << false;
-        QTest::newRow("send unreadable: -1, CVC off") << 1 << 1 << 1 << QStringList{sendMode}
-                << QStringList{"cvcMode(0)", "twoMic(1)"}
-                << QVariantMap{{"cvcMode", false}, {"currentCvcSendModeIdx", -1}, {"currentCvcRecvModeIdx", 1}, {"twoMicMode", true}}
-                << false;
+        const auto state = [](bool cvc, int send, int recv, bool mic) {
+            return M{{"cvcMode", cvc}, {"currentCvcSendModeIdx", send}, {"currentCvcRecvModeIdx", recv}, {"twoMicMode", mic}};
+        };
+        QTest::newRow("1 and 1, 2Mic on: CVC on") << L{"1", "1", "1"} << L()
+                << L{"cvcMode(1)", "twoMic(1)"} << state(true, 1, 1, true) << false;
+        QTest::newRow("1 and 2, 2Mic off: CVC off") << L{"1", "2", "0"} << L()
+                << L{"cvcMode(0)", "twoMic(0)"} << state(false, 1, 2, false) << false;
+        QTest::newRow("send unreadable: -1, CVC off") << L{"1", "1", "1"} << L{sendMode}
+                << L{"cvcMode(0)", "twoMic(1)"} << state(false, -1, 1, true) << false;
         QTest::newRow("2Mic unreadable: signalled while still on, then cleared and signalled again")
-                << 1 << 1 << 1 << QStringList{twoMic} << QStringList{"cvcMode(1)", "twoMic(1)", "twoMic(0)"}
-                << QVariantMap{{"cvcMode", true}, {"currentCvcSendModeIdx", 1}, {"currentCvcRecvModeIdx", 1}, {"twoMicMode", false}}
-                << true;
+                << L{"1", "1", "1"} << L{twoMic} << L{"cvcMode(1)", "twoMic(1)", "twoMic(0)"}
+                << state(true, 1, 1, false) << true;
     }
 
     void readBack()
     {
-        QFETCH(int, send);
-        QFETCH(int, recv);
-        QFETCH(int, mic);
-        QFETCH(QStringList, missing);
-        QFETCH(QStringList, signalled);
-        QFETCH(QVariantMap, state);
+        QFETCH(L, held);
+        QFETCH(L, missing);
+        QFETCH(L, signalled);
+        QFETCH(M, state);
         QFETCH(bool, failureTraced);
 
         QVERIFY(eq->changeTwoMicMode(true));
-        card->setValue(sendMode, send);
-        card->setValue(recvMode, recv);
-        card->setValue(twoMic, mic);
+        for (int i = 0; i < 3; ++i)
+            card->setValue(L{sendMode, recvMode, twoMic}.at(i), held.at(i).toInt());
         card->failReads(missing);
         notified.clear();
         QByteArray out;
