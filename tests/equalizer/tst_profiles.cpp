@@ -102,6 +102,8 @@ private slots:
                 << QStringList{chan1, twoMicOn} << 0 << 80;
         QTest::newRow("1, script fails: id kept, result 0, card still read back")
                 << 1 << QByteArray("#!/bin/sh\nexit 3\n") << QStringList() << "SetAlsaVelto.sh" << QStringList() << 0 << 10;
+        QTest::newRow("7, no such profile: empty script, nothing run, id still stored, result 0")
+                << 7 << QByteArray() << QStringList() << QString() << QStringList() << 0 << 10;
     }
 
     void setToProfiles()
