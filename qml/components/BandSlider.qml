@@ -1,17 +1,18 @@
 import QtQuick 2.15
 import QtQuick.Controls 2.15
 import "../logic/format.js" as Format
+import "../logic/scale.js" as Scale
 
 // One column of the equaliser: the gain the controller reports on top, a vertical slider, and the
-// band's name below. `trackTop` and `trackBottom` are where the handle's centre stands at `to` and
-// at `from`, so the response curve behind the sliders can use the same scale.
+// band's name below, on the gain axis of scale.js. `yAt(dB)` is where the handle's centre stands
+// for a gain, so the response curve and the scale beside the sliders can follow the same axis.
 Item {
     id: column
 
     property int band: 0
     property alias shown: slider.shown
-    property alias from: slider.from
-    property alias to: slider.to
+    property int from: -60
+    property int to: 20
     property alias write: slider.write
     property string label
     property string unit
@@ -21,7 +22,11 @@ Item {
     readonly property real trackTop: slider.y + slider.topPadding + slider.handle.height / 2
     readonly property real trackBottom: slider.y + slider.topPadding + slider.availableHeight - slider.handle.height / 2
 
-    signal stepDone(int band, int from, int to)
+    signal stepDone(int band, int before, int after)
+
+    function yAt(db) {
+        return trackTop + (1 - Scale.position(db, from, to)) * (trackBottom - trackTop);
+    }
 
     implicitWidth: Theme.touch
 
@@ -35,9 +40,11 @@ Item {
         font.weight: Font.DemiBold
     }
 
+    objectName: "band" + column.band
+
     WriteSlider {
         id: slider
-        objectName: "band" + column.band
+        objectName: "band" + column.band + ":slider"
         anchors.top: valueText.bottom
         anchors.bottom: nameText.top
         anchors.topMargin: Math.round(Theme.spacing / 2)
@@ -45,10 +52,16 @@ Item {
         anchors.horizontalCenter: parent.horizontalCenter
         width: Math.max(Theme.touch, column.width)
         orientation: Qt.Vertical
+        from: 0
+        to: 1
+        stepSize: 0
+        snapMode: Slider.NoSnap
+        toPosition: function (db) { return Scale.position(db, column.from, column.to); }
+        fromPosition: function (p) { return Scale.gainAt(p, column.from, column.to); }
         topPadding: 0
         bottomPadding: 0
         Accessible.name: qsTr("%1, %2 dB").arg(column.accessibleLabel).arg(Format.signed(column.shown))
-        onStepDone: column.stepDone(column.band, from, to)
+        onStepDone: column.stepDone(column.band, before, after)
 
         background: Item {
             x: slider.leftPadding
@@ -69,9 +82,7 @@ Item {
                 border.color: Theme.outline
             }
             Rectangle {
-                readonly property real zero: slider.to === slider.from ? 0
-                                             : (slider.to - Math.max(slider.from, Math.min(slider.to, 0))) / (slider.to - slider.from)
-                readonly property real zeroY: track.y + zero * track.height
+                readonly property real zeroY: track.y + (1 - Scale.position(0, column.from, column.to)) * track.height
                 readonly property real handleY: track.y + slider.visualPosition * track.height
                 anchors.horizontalCenter: parent.horizontalCenter
                 y: Math.min(zeroY, handleY)
@@ -106,8 +117,8 @@ Item {
         anchors.bottom: parent.bottom
         anchors.horizontalCenter: parent.horizontalCenter
         width: parent.width
-        // Two lines always, so every column's track has the same length as its neighbours'.
-        height: Math.round(Theme.fontCaption * 2.3)
+        // The same height in every column, so that all tracks line up.
+        height: Math.round(Theme.fontCaption * (Theme.compact ? 1.2 : 2.3))
         verticalAlignment: Text.AlignTop
         horizontalAlignment: Text.AlignHCenter
         text: column.unit.length > 0 ? column.label + "\n" + column.unit : column.label

@@ -77,7 +77,7 @@ Item {
             columns: 2
             columnSpacing: parent.width * 0.08
             rowSpacing: parent.height * 0.06
-            readonly property real seatWidth: Math.max(Theme.touch, (body.width * 0.76 - columnSpacing) / 2)
+            readonly property real seatWidth: Math.max(Theme.touch, (body.width * 0.8 - columnSpacing) / 2)
             readonly property real seatHeight: Math.max(Theme.touch, (body.height * 0.6 - rowSpacing) / 2)
 
             Repeater {
@@ -99,49 +99,57 @@ Item {
                     Accessible.checked: chosen
                     onClicked: cabin.picked(seatId)
 
-                    background: Item {
-                        // The listening zone around the chosen seat.
-                        Rectangle {
-                            visible: seat.chosen
-                            anchors.centerIn: parent
-                            width: Math.max(parent.width, parent.height) * 1.25
-                            height: width
-                            radius: width / 2
-                            color: "transparent"
-                            border.width: Math.max(2, Math.round(3 * Theme.scale))
-                            border.color: Theme.accent
-                            opacity: 0.45
-                        }
-                        // Backrest and cushion.
-                        Rectangle {
+                    // The seat seen from above, its occupant facing the front: cushion ahead of
+                    // the backrest, the name below; the chosen one stands in a lit zone.
+                    background: Rectangle {
+                        radius: Theme.radius * 1.5
+                        color: seat.chosen ? "#2636c4f4" : "transparent"
+                        border.width: seat.chosen ? Math.max(2, Math.round(3 * Theme.scale)) : 0
+                        border.color: Theme.accent
+
+                        Item {
+                            id: shape
                             anchors.horizontalCenter: parent.horizontalCenter
-                            y: parent.height * 0.62
-                            width: parent.width * 0.86
-                            height: parent.height * 0.3
-                            radius: Theme.radius
-                            color: seat.chosen ? Theme.accent : (seat.down ? Theme.pressed : Theme.raised)
-                            border.width: 1
-                            border.color: seat.chosen ? Theme.accent : Theme.outline
-                        }
-                        Rectangle {
-                            anchors.horizontalCenter: parent.horizontalCenter
-                            y: parent.height * 0.04
-                            width: parent.width * 0.78
-                            height: parent.height * 0.62
-                            radius: Theme.radius * 1.5
-                            color: seat.chosen ? Theme.accent : (seat.down ? Theme.pressed : Theme.raised)
-                            border.width: 1
-                            border.color: seat.chosen ? Theme.accent : Theme.outline
+                            y: Math.round(Theme.spacing / 2)
+                            width: Math.min(parent.width * 0.7, height * 0.8)
+                            height: parent.height - seatLabel.height - Theme.spacing * 1.5
+
+                            Rectangle {
+                                anchors.horizontalCenter: parent.horizontalCenter
+                                width: parent.width * 0.86
+                                height: parent.height * 0.66
+                                radius: Theme.radius * 1.5
+                                color: seat.chosen ? Theme.accent : (seat.down ? Theme.pressed : Theme.raised)
+                                border.width: 1
+                                border.color: seat.chosen ? Theme.accent : Theme.outline
+                            }
+                            Rectangle {
+                                anchors.horizontalCenter: parent.horizontalCenter
+                                anchors.bottom: parent.bottom
+                                width: parent.width
+                                height: parent.height * 0.26
+                                radius: Theme.radius
+                                color: seat.chosen ? Theme.accentDim : (seat.down ? Theme.pressed : Theme.raised)
+                                border.width: 1
+                                border.color: seat.chosen ? Theme.accent : Theme.outline
+                            }
                         }
                     }
-                    contentItem: Text {
-                        text: seat.seatName
-                        horizontalAlignment: Text.AlignHCenter
-                        verticalAlignment: Text.AlignVCenter
-                        wrapMode: Text.WordWrap
-                        color: seat.chosen ? Theme.textOnAccent : Theme.text
-                        font.pixelSize: Theme.fontCaption
-                        font.weight: seat.chosen ? Font.DemiBold : Font.Normal
+                    contentItem: Item {
+                        Text {
+                            id: seatLabel
+                            anchors.bottom: parent.bottom
+                            anchors.bottomMargin: Math.round(Theme.spacing / 2)
+                            width: parent.width
+                            text: seat.seatName
+                            horizontalAlignment: Text.AlignHCenter
+                            wrapMode: Text.WordWrap
+                            maximumLineCount: 2
+                            elide: Text.ElideRight
+                            color: seat.chosen ? Theme.accent : Theme.text
+                            font.pixelSize: Theme.fontCaption
+                            font.weight: seat.chosen ? Font.DemiBold : Font.Normal
+                        }
                     }
                 }
             }

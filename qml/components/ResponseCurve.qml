@@ -1,9 +1,11 @@
 import QtQuick 2.15
 import "../logic/response.js" as Response
+import "../logic/scale.js" as Scale
 
 // The frequency response of the ten bands, drawn behind their sliders: column i of the curve is
 // the centre of slider i (`firstColumnX` + i * `columnStep`), and `from`..`to` dB span
-// `topY`..`bottomY`, the travel of the slider handles. Redrawn whenever a gain changes.
+// `topY`..`bottomY`, the travel of the slider handles, on the sliders' own gain axis. Redrawn
+// whenever a gain changes.
 Canvas {
     id: canvas
 
@@ -15,11 +17,10 @@ Canvas {
     property real columnStep: 1
     property real topY: 0
     property real bottomY: height
+    property var gridLines: [-48, -36, -24, -12, -6, 0, 6, 12]
 
     function yAt(db) {
-        const span = to - from;
-        const t = span === 0 ? 0.5 : (to - Math.max(from, Math.min(to, db))) / span;
-        return topY + t * (bottomY - topY);
+        return topY + (1 - Scale.position(db, from, to)) * (bottomY - topY);
     }
     function xAt(column) {
         return firstColumnX + column * columnStep;
@@ -45,10 +46,12 @@ Canvas {
         const zeroY = yAt(0);
         const points = Response.curve(bands, 24);
 
-        // Grid every 10 dB, the 0 dB line a little brighter.
+        // Grid at the scale's marks, the 0 dB line a little brighter.
         ctx.lineWidth = 1;
-        for (let db = Math.ceil(from / 10) * 10; db <= to; db += 10) {
-            ctx.strokeStyle = db === 0 ? "#4a5868" : "#1e2833";
+        for (const db of gridLines) {
+            if (db < from || db > to)
+                continue;
+            ctx.strokeStyle = db === 0 ? "#56687a" : "#1f2a36";
             ctx.beginPath();
             ctx.moveTo(0, Math.round(yAt(db)) + 0.5);
             ctx.lineTo(width, Math.round(yAt(db)) + 0.5);

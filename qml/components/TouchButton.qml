@@ -16,8 +16,8 @@ Button {
     implicitWidth: Math.max(Theme.touch, contentItem.implicitWidth + leftPadding + rightPadding)
     implicitHeight: Theme.touch
     padding: Theme.spacing
-    leftPadding: Math.round(Theme.spacing * 1.5)
-    rightPadding: Math.round(Theme.spacing * 1.5)
+    leftPadding: Theme.spacing
+    rightPadding: Theme.spacing
     font.pixelSize: Theme.fontBody
     font.weight: selected ? Font.DemiBold : Font.Normal
     focusPolicy: Qt.NoFocus

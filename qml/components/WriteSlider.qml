@@ -6,26 +6,38 @@ import "../logic/drag.js" as Drag
 // function that returns whether the controller took the value. While dragging it writes once per
 // whole-step change (or once on release when `writeWhileDragging` is false); after every write it
 // binds back to `shown`, so a refused value springs back. `stepDone` reports what one gesture
-// changed, for undo.
+// changed, for undo. `toPosition` and `fromPosition` map values to slider positions and back
+// where the travel is not linear (then from and to are the position range).
 Slider {
     id: control
 
     property int shown: 0
     property var write: null
     property bool writeWhileDragging: true
+    property var toPosition: null
+    property var fromPosition: null
     property var drag: null
+    readonly property real shownPosition: toPosition ? toPosition(shown) : shown
 
-    signal stepDone(int from, int to)
+    signal stepDone(int before, int after)
 
     stepSize: 1
     snapMode: Slider.SnapAlways
-    value: shown
+    value: shownPosition
     focusPolicy: Qt.NoFocus
+
+    function requested() {
+        return fromPosition ? fromPosition(value) : value;
+    }
+
+    function showController() {
+        control.value = Qt.binding(function () { return control.shownPosition; });
+    }
 
     function send(v) {
         if (v !== null && control.write)
             control.write(v);
-        control.value = Qt.binding(function () { return control.shown; });
+        showController();
     }
 
     onPressedChanged: {
@@ -36,9 +48,9 @@ Slider {
         if (drag === null)
             return;
         if (!writeWhileDragging)
-            send(Drag.move(drag, value));
+            send(Drag.move(drag, requested()));
         else
-            control.value = Qt.binding(function () { return control.shown; });
+            showController();
         const change = Drag.end(drag, shown);
         drag = null;
         if (change !== null)
@@ -49,7 +61,7 @@ Slider {
         if (!pressed) {
             // A step from the keyboard or an assistive tool: a gesture of its own.
             const single = Drag.begin(shown);
-            send(Drag.move(single, value));
+            send(Drag.move(single, requested()));
             const change = Drag.end(single, shown);
             if (change !== null)
                 stepDone(change.from, change.to);
@@ -58,6 +70,6 @@ Slider {
         if (drag === null)
             drag = Drag.begin(shown);
         if (writeWhileDragging)
-            send(Drag.move(drag, value));
+            send(Drag.move(drag, requested()));
     }
 }

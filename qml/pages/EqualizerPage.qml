@@ -69,6 +69,23 @@ Item {
         });
     }
 
+    // Gains marked beside the sliders: 0, the ends and the edges of the fine range, leaving out
+    // any that would crowd a mark already placed.
+    function scaleMarks(top, bottom) {
+        const marks = [];
+        const ys = [];
+        for (const db of [0, maxGain, minGain, 12, -12]) {
+            if (db > maxGain || db < minGain || marks.indexOf(db) >= 0)
+                continue;
+            const y = master.yAt(db);
+            if (ys.every(function (other) { return Math.abs(other - y) >= Theme.fontCaption * 1.2; })) {
+                marks.push(db);
+                ys.push(y);
+            }
+        }
+        return marks;
+    }
+
     // The core type's read-back after a speaker switch is announced with the mode's signal, so
     // the highlight depends on both.
     function coreTypeShown(modeIdx, coreTypeIdx) {
@@ -90,7 +107,7 @@ Item {
 
         Flow {
             Layout.fillWidth: true
-            spacing: Theme.spacing * 2
+            spacing: Theme.spacing
 
             SegmentedPicker {
                 objectName: "speakers"
@@ -125,8 +142,8 @@ Item {
                 id: sliders
                 anchors.fill: parent
 
-                readonly property real gap: Theme.spacing * 2
-                readonly property real columnWidth: Math.floor((width - gap) / 11)
+                readonly property real scaleWidth: Math.round(Theme.fontCaption * 2.8)
+                readonly property real columnWidth: Math.floor((width - scaleWidth) / 11)
 
                 BandSlider {
                     id: master
@@ -140,20 +157,48 @@ Item {
                     emphasised: true
                     accessibleLabel: qsTr("Master gain")
                     write: function (value) { return changeGain(0, value); }
-                    onStepDone: page.record([{ band: band, from: from, to: to }])
+                    onStepDone: page.record([{ band: band, from: before, to: after }])
                 }
 
-                Rectangle {
-                    x: master.width + sliders.gap / 2
-                    y: master.trackTop
-                    width: 1
-                    height: master.trackBottom - master.trackTop
-                    color: Theme.outline
+                // The gain axis, between the master and the bands.
+                Item {
+                    id: scale
+                    x: master.width
+                    width: sliders.scaleWidth
+                    height: parent.height
+                    Accessible.ignored: true
+
+                    Rectangle {
+                        x: 0
+                        y: master.trackTop
+                        width: 1
+                        height: master.trackBottom - master.trackTop
+                        color: Theme.outline
+                    }
+                    Repeater {
+                        model: page.scaleMarks(master.trackTop, master.trackBottom)
+                        Text {
+                            anchors.right: parent.right
+                            anchors.rightMargin: Math.round(Theme.spacing / 2)
+                            y: master.yAt(modelData) - height / 2
+                            text: modelData > 0 ? "+" + modelData : String(modelData)
+                            color: modelData === 0 ? Theme.text : Theme.textDim
+                            font.pixelSize: Theme.fontCaption
+                        }
+                    }
+                    Text {
+                        anchors.right: parent.right
+                        anchors.rightMargin: Math.round(Theme.spacing / 2)
+                        anchors.top: parent.top
+                        text: qsTr("dB")
+                        color: Theme.textDim
+                        font.pixelSize: Theme.fontCaption
+                    }
                 }
 
                 Item {
                     id: bandArea
-                    x: master.width + sliders.gap
+                    x: master.width + sliders.scaleWidth
                     width: sliders.columnWidth * 10
                     height: parent.height
 
@@ -179,13 +224,13 @@ Item {
                                 width: sliders.columnWidth
                                 height: bandArea.height
                                 label: name
-                                unit: qsTr("Hz")
+                                unit: Theme.compact ? "" : qsTr("Hz")
                                 shown: page.gains[index]
                                 from: minGain
                                 to: maxGain
                                 accessibleLabel: qsTr("Band %1 Hz").arg(name)
                                 write: function (value) { return changeGain(band, value); }
-                                onStepDone: page.record([{ band: band, from: from, to: to }])
+                                onStepDone: page.record([{ band: band, from: before, to: after }])
                             }
                         }
                     }

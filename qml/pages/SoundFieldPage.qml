@@ -21,7 +21,7 @@ Item {
         Panel {
             Layout.fillHeight: true
             Layout.fillWidth: true
-            Layout.preferredWidth: 4
+            Layout.preferredWidth: Theme.compact ? 5 : 4
             title: qsTr("Sweet spot")
 
             CabinView {
@@ -35,7 +35,7 @@ Item {
         Panel {
             Layout.fillHeight: true
             Layout.fillWidth: true
-            Layout.preferredWidth: 6
+            Layout.preferredWidth: Theme.compact ? 5 : 6
             title: qsTr("Channel delays")
 
             ColumnLayout {
@@ -49,7 +49,8 @@ Item {
                         readonly property int channel: index + 1
                         Layout.fillWidth: true
                         objectPrefix: "delay" + channel
-                        label: qsTr("Channel %1 \u00b7 %2").arg(channel).arg(page.seatNames[index])
+                        label: Theme.compact ? qsTr("Ch %1 \u00b7 %2").arg(channel).arg(page.seatNames[index])
+                                             : qsTr("Channel %1 \u00b7 %2").arg(channel).arg(page.seatNames[index])
                         unit: qsTr("samples")
                         shown: page.delays[index]
                         from: Limits.delay.from
@@ -58,6 +59,14 @@ Item {
                     }
                 }
                 Item { Layout.fillHeight: true }
+                Text {
+                    Layout.fillWidth: true
+                    visible: !Theme.compact
+                    text: qsTr("A seat sets all four delays; each can then be fine-tuned here.")
+                    color: Theme.textDim
+                    font.pixelSize: Theme.fontCaption
+                    wrapMode: Text.WordWrap
+                }
             }
         }
     }

@@ -16,9 +16,18 @@ import QtQml 2.15
 import "logic/response.js" as Response
 import "logic/undo.js" as Undo
 import "logic/drag.js" as Drag
+import "logic/scale.js" as Scale
 QtObject {
     function response(freqs, gains, f) {
         return Response.responseDb(f, freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; }));
+    }
+    function position(db, from, to) { return Scale.position(db, from, to); }
+    function roundTrips(from, to) {
+        for (let db = from; db <= to; ++db) {
+            if (Math.abs(Scale.gainAt(Scale.position(db, from, to), from, to) - db) > 1e-9)
+                return db;
+        }
+        return null;
     }
     function columnAt(f, centres) { return Response.columnAt(f, centres); }
     function frequencyAt(x, centres) { return Response.frequencyAt(x, centres); }
@@ -93,6 +102,8 @@ private slots:
     void response_data();
     void response();
     void curveSpansTheSliders();
+    void gainAxis_data();
+    void gainAxis();
     void axisPutsEachBandOnItsColumn();
     void undo_data();
     void undo();
@@ -168,6 +179,35 @@ void TestSceneLogic::curveSpansTheSliders()
     QVERIFY(std::abs(extremes[1].toDouble() - 8) < 0.5);
     QCOMPARE(extremes[2].toDouble(), -0.5);
     QCOMPARE(extremes[3].toDouble(), 9.5);
+}
+
+void TestSceneLogic::gainAxis_data()
+{
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("to");
+    QTest::addColumn<int>("db");
+    QTest::addColumn<double>("expected");
+
+    // -60..20: 48 coarse dB (weight 12) below the fine range, 24 fine, 8 coarse (2) above: 38.
+    QTest::newRow("bottom end") << -60 << 20 << -60 << 0.0;
+    QTest::newRow("top end") << -60 << 20 << 20 << 1.0;
+    QTest::newRow("0 dB: past the coarse 48 and the fine 12 below it") << -60 << 20 << 0 << 24.0 / 38;
+    QTest::newRow("one fine dB is four coarse ones") << -60 << 20 << 1 << 25.0 / 38;
+    QTest::newRow("below the range: the bottom") << -60 << 20 << -61 << 0.0;
+    QTest::newRow("a narrow range is linear") << -10 << 10 << 5 << 0.75;
+    QTest::newRow("an empty range: the middle") << 0 << 0 << 0 << 0.5;
+}
+
+void TestSceneLogic::gainAxis()
+{
+    QFETCH(int, from);
+    QFETCH(int, to);
+    QFETCH(int, db);
+    QFETCH(double, expected);
+
+    QVERIFY(std::abs(call("position", {db, from, to}).toDouble() - expected) < 1e-12);
+    if (to > from)
+        QVERIFY(call("roundTrips", {from, to}).isNull());
 }
 
 void TestSceneLogic::axisPutsEachBandOnItsColumn()
