@@ -6,9 +6,10 @@
 //                -- PROGRAM [ARGS...]
 //
 // Prints one line
-//     startup_ms=<exec to marker> hwm_kb=<VmHWM> rss_kb=<VmRSS>
-// read --settle milliseconds after the marker, and passes through every standard-error line of the
-// program that starts with "EQBENCH ". The program then gets SIGTERM (SIGKILL if it lingers).
+//     startup_ms=<exec to marker> hwm_kb=<VmHWM> rss_kb=<VmRSS> cpu_ms=<user + system time>
+// read --settle milliseconds after the marker (the CPU time, in clock ticks, includes the children
+// the program has waited for), and passes through every standard-error line of the program that
+// starts with "EQBENCH ". The program then gets SIGTERM (SIGKILL if it lingers).
 // EQ_BENCH_T0_NS in the program's environment holds the launcher's clock just before the fork, so
 // a program can report its own phases on the same time axis. Exit status 1: no marker in time.
 
@@ -25,7 +26,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -123,6 +126,31 @@ void stop(pid_t pid)
     }
 }
 
+// User and system time of the program and of its children that it has waited for (the mixer
+// tool's runs, the tuning script and its own children), in milliseconds; -1 when unreadable.
+double cpuMs(pid_t pid)
+{
+    std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
+    std::string stat;
+    std::getline(in, stat);
+    // The name in brackets may hold blanks; the fields after it start with field 3.
+    const size_t close = stat.rfind(')');
+    if (close == std::string::npos)
+        return -1;
+    std::istringstream fields(stat.substr(close + 1));
+    std::vector<std::string> words;
+    std::string word;
+    while (fields >> word)
+        words.push_back(word);
+    if (words.size() < 15)
+        return -1;
+    // Fields 14 to 17: utime, stime, cutime, cstime.
+    long long ticks = 0;
+    for (size_t i = 11; i <= 14; ++i)
+        ticks += atoll(words[i].c_str());
+    return double(ticks) * 1000.0 / double(sysconf(_SC_CLK_TCK));
+}
+
 int usage(const char *self)
 {
     fprintf(stderr,
@@ -210,7 +238,8 @@ int main(int argc, char **argv)
         reader.readUntil(reader.markerNs + int64_t(options.settleMs) * 1000000, false);
         const long hwm = statusField(pid, "VmHWM");
         const long rss = statusField(pid, "VmRSS");
-        printf("startup_ms=%.3f hwm_kb=%ld rss_kb=%ld\n", Bench::toMs(reader.markerNs - t0), hwm, rss);
+        printf("startup_ms=%.3f hwm_kb=%ld rss_kb=%ld cpu_ms=%.0f\n", Bench::toMs(reader.markerNs - t0), hwm,
+               rss, cpuMs(pid));
     }
     stop(pid);
     close(errPipe[0]);

@@ -46,7 +46,7 @@ std::vector<std::string> splitCommand(const std::string &line)
     return words;
 }
 
-int run(const std::vector<std::string> &argv)
+int run(const std::vector<std::string> &argv, const char *stdinPath)
 {
     if (argv.empty())
         return -1;
@@ -57,7 +57,7 @@ int run(const std::vector<std::string> &argv)
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 0, stdinPath, O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, 1, 2);
 

@@ -20,9 +20,10 @@ double toMs(int64_t ns);
 // the application's runner does (QProcess::splitCommand).
 std::vector<std::string> splitCommand(const std::string &line);
 
-// Runs argv[0] from the search path with standard input, output and error on /dev/null, and waits
-// for it. Returns the exit code, or -1 when it could not be started or did not exit normally.
-int run(const std::vector<std::string> &argv);
+// Runs argv[0] from the search path with standard input from stdinPath, output and error on
+// /dev/null, and waits for it. Returns the exit code, or -1 when it could not be started or did not
+// exit normally.
+int run(const std::vector<std::string> &argv, const char *stdinPath = "/dev/null");
 
 // Reads a file of command lines, one a line, skipping empty lines.
 std::vector<std::string> readLines(const std::string &path);
