@@ -73,6 +73,16 @@ Item {
                                 font.weight: Font.DemiBold
                             }
                         }
+                        Text {
+                            Layout.fillWidth: true
+                            // The controller replays stored changes for this one profile only.
+                            text: card.profileName === "User Profile"
+                                  ? qsTr("The default tuning, with the changes stored here played back on top.")
+                                  : qsTr("A complete tuning of the unit.")
+                            color: Theme.textDim
+                            font.pixelSize: Theme.fontCaption
+                            wrapMode: Text.WordWrap
+                        }
                         Item { Layout.fillHeight: true }
                         TouchButton {
                             objectName: "profile:" + card.profileName + ":apply"

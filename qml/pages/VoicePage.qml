@@ -29,10 +29,10 @@ Item {
             columnSpacing: Theme.margin * 2
             rowSpacing: Theme.margin
 
-            Text {
-                text: qsTr("Clear voice")
-                color: Theme.text
-                font.pixelSize: Theme.fontBody
+            SettingLabel {
+                Layout.preferredWidth: Math.round(parent.width * 0.36)
+                title: qsTr("Clear voice")
+                description: qsTr("Echo and noise reduction on both call paths")
             }
             SegmentedPicker {
                 objectName: "cvc"
@@ -43,10 +43,10 @@ Item {
                 onPicked: changeCvcMode(index === 1)
             }
 
-            Text {
-                text: qsTr("Two microphones")
-                color: Theme.text
-                font.pixelSize: Theme.fontBody
+            SettingLabel {
+                Layout.preferredWidth: Math.round(parent.width * 0.36)
+                title: qsTr("Two microphones")
+                description: qsTr("A second microphone to reject cabin noise")
             }
             SegmentedPicker {
                 objectName: "twoMic"
@@ -57,10 +57,10 @@ Item {
                 onPicked: changeTwoMicMode(index === 1)
             }
 
-            Text {
-                text: qsTr("Send mode")
-                color: Theme.text
-                font.pixelSize: Theme.fontBody
+            SettingLabel {
+                Layout.preferredWidth: Math.round(parent.width * 0.36)
+                title: qsTr("Send mode")
+                description: qsTr("Processing of the microphone path")
             }
             SegmentedPicker {
                 objectName: "sendMode"
@@ -71,10 +71,10 @@ Item {
                 onPicked: changeCvcSendMode(Limits.voiceModes[index])
             }
 
-            Text {
-                text: qsTr("Receive mode")
-                color: Theme.text
-                font.pixelSize: Theme.fontBody
+            SettingLabel {
+                Layout.preferredWidth: Math.round(parent.width * 0.36)
+                title: qsTr("Receive mode")
+                description: qsTr("Processing of the loudspeaker path")
             }
             SegmentedPicker {
                 objectName: "receiveMode"

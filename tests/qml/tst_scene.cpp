@@ -7,7 +7,9 @@
 #include "equalizer/equalizer.h"
 #include "support/virtualcard.h"
 
+#include <QAccessible>
 #include <QQuickItem>
+#include <QSignalSpy>
 #include <QSettings>
 #include <QStyleHints>
 #include <QTemporaryDir>
@@ -102,6 +104,9 @@ private slots:
     void pickerShowsWhatTheControllerReports_data();
     void pickerShowsWhatTheControllerReports();
     void presetHoldSavesAndTapApplies();
+    void minimiseButtonPausesTheApplication();
+    void storingAProfileAsksFirst_data();
+    void storingAProfileAsksFirst();
 };
 
 void TestScene::initTestCase()
@@ -207,8 +212,9 @@ QStringList TestScene::journalOf(const QString &control) const
     return card->journal().filter(QRegularExpression(QStringLiteral("^") + QRegularExpression::escape(control) + QStringLiteral("=")));
 }
 
-// Every control on the page lies inside the window, is a touch target in both directions and
-// overlaps no other control; no text is cut short; on the largest screen no text is below 18 px.
+// Every control on the page has a name for screen readers, lies inside the window, is a touch
+// target in both directions and overlaps no other control; no text is cut short; on the largest
+// screen no text is below 18 px.
 void TestScene::checkLayout(const QString &page, bool largestScreen)
 {
     QList<QQuickItem *> controls, texts;
@@ -216,6 +222,8 @@ void TestScene::checkLayout(const QString &page, bool largestScreen)
     const QRectF window(QPointF(0, 0), viewer->size());
     QVERIFY(controls.size() > 5);
     for (QQuickItem *control : controls) {
+        QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
+        QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(), qPrintable(page + ": no name: " + describe(control)));
         const QRectF r = sceneRect(control);
         QVERIFY2(window.adjusted(-0.5, -0.5, 0.5, 0.5).contains(r), qPrintable(page + ": outside: " + describe(control)));
         QVERIFY2(r.width() >= 47.5 && r.height() >= 47.5, qPrintable(page + ": too small: " + describe(control)));
@@ -320,6 +328,8 @@ void TestScene::bandDragWritesOncePerDecibel()
                                                    control + "=64", control + "=65", control + "=66"}));
         QCOMPARE(eq->gain3(), 6);
         QVERIFY(qAbs(handleY() - bandHandleAt(3, 6).y()) < 1);
+        QCOMPARE(QAccessible::queryAccessibleInterface(item(QStringLiteral("band3:slider")))->text(QAccessible::Name),
+                 QStringLiteral("Band 310 Hz, +6 dB"));
         card->clearLogs();
         tap(QStringLiteral("undo"));
         QCOMPARE(card->journal(), QStringList{control + "=60"});
@@ -415,6 +425,53 @@ void TestScene::presetHoldSavesAndTapApplies()
     QCOMPARE(card->journal(), QStringList{"User PEQ Band2 Gain=65"});
     QCOMPARE(eq->activatedPresetIdValue(), 1);
     QCOMPARE(item(QStringLiteral("undo"))->property("text").toString(), QStringLiteral("Undo (1)"));
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+void TestScene::minimiseButtonPausesTheApplication()
+{
+    load(QSize(1024, 600));
+    if (QTest::currentTestFailed())
+        return;
+    QSignalSpy paused(eq.get(), &Equalizer::appPaused);
+    tap(QStringLiteral("minimize"));
+    QCOMPARE(paused.count(), 1);
+    QCOMPARE(viewer->windowState(), Qt::WindowMaximized);
+}
+
+void TestScene::storingAProfileAsksFirst_data()
+{
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<bool>("stored");
+    QTest::newRow("confirmed: the recorded changes are stored") << "confirmDialog:confirm" << true;
+    QTest::newRow("cancelled: nothing is stored") << "confirmDialog:cancel" << false;
+}
+
+void TestScene::storingAProfileAsksFirst()
+{
+    QFETCH(QString, answer);
+    QFETCH(bool, stored);
+
+    load(QSize(1280, 720));
+    if (QTest::currentTestFailed())
+        return;
+    QVERIFY(eq->changeGain(4, 3));
+    tap(QStringLiteral("rail:profiles"));
+    tap(QStringLiteral("profile:Velto Profile:store"));
+    QTRY_VERIFY(item(QStringLiteral("confirmDialog:confirm")) && shown(item(QStringLiteral("confirmDialog:confirm"))));
+    viewer->grabWindow();
+    checkLayout(QStringLiteral("profiles with the dialog open"), true);
+    tap(answer);
+
+    eq->findChild<QSettings *>()->sync();
+    const QVariantHash commands = QSettings(settingsDir->filePath(QStringLiteral("Equalizer.conf")), QSettings::NativeFormat)
+                                          .value(QStringLiteral("Velto Profile")).toHash();
+    QCOMPARE(commands.value(QStringLiteral("amixer sset \"User PEQ Band4 Gain\"")).toString(),
+             stored ? QStringLiteral("amixer sset \"User PEQ Band4 Gain\" 63") : QString());
+    if (stored)
+        QTRY_VERIFY(item(QStringLiteral("toast"))->isVisible());
+    else
+        QVERIFY(!item(QStringLiteral("toast"))->isVisible());
     QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
 }
 
