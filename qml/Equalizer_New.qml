@@ -89,24 +89,9 @@ Rectangle {
                 objectName: "minimize"
                 Layout.alignment: Qt.AlignVCenter
                 text: Theme.compact ? "" : qsTr("Minimise")
+                iconPath: Icons.minimize
                 Accessible.name: qsTr("Minimise")
-                leftPadding: Theme.spacing
                 onClicked: minimize()
-                contentItem: Row {
-                    spacing: Theme.spacing / 2
-                    Icon {
-                        anchors.verticalCenter: parent.verticalCenter
-                        path: Icons.minimize
-                        size: Math.round(Theme.touch * 0.5)
-                    }
-                    Text {
-                        anchors.verticalCenter: parent.verticalCenter
-                        visible: text.length > 0
-                        text: Theme.compact ? "" : qsTr("Minimise")
-                        color: Theme.text
-                        font.pixelSize: Theme.fontBody
-                    }
-                }
             }
         }
     }

@@ -6,7 +6,6 @@ Rectangle {
 
     property string title
     default property alias content: body.data
-    readonly property real contentTop: body.y
 
     radius: Theme.radius * 1.5
     color: Theme.surface

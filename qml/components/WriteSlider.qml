@@ -16,7 +16,7 @@ Slider {
     property bool writeWhileDragging: true
     property var toPosition: null
     property var fromPosition: null
-    property var drag: null
+    property var gesture: null
     readonly property real shownPosition: toPosition ? toPosition(shown) : shown
 
     signal stepDone(int before, int after)
@@ -42,17 +42,17 @@ Slider {
 
     onPressedChanged: {
         if (pressed) {
-            drag = Drag.begin(shown);
+            gesture = Drag.begin(shown);
             return;
         }
-        if (drag === null)
+        if (gesture === null)
             return;
         if (!writeWhileDragging)
-            send(Drag.move(drag, requested()));
+            send(Drag.move(gesture, requested()));
         else
             showController();
-        const change = Drag.end(drag, shown);
-        drag = null;
+        const change = Drag.end(gesture, shown);
+        gesture = null;
         if (change !== null)
             stepDone(change.from, change.to);
     }
@@ -67,9 +67,9 @@ Slider {
                 stepDone(change.from, change.to);
             return;
         }
-        if (drag === null)
-            drag = Drag.begin(shown);
+        if (gesture === null)
+            gesture = Drag.begin(shown);
         if (writeWhileDragging)
-            send(Drag.move(drag, requested()));
+            send(Drag.move(gesture, requested()));
     }
 }

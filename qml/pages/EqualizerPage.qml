@@ -276,6 +276,7 @@ Item {
             }
             TouchButton {
                 objectName: "undo"
+                iconPath: Icons.undo
                 text: page.history.length > 0 ? qsTr("Undo (%1)").arg(page.history.length) : qsTr("Undo")
                 enabled: page.history.length > 0
                 Accessible.name: qsTr("Undo, %n step(s) left", "", page.history.length)
@@ -283,6 +284,7 @@ Item {
             }
             TouchButton {
                 objectName: "reset"
+                iconPath: Icons.reset
                 text: qsTr("Reset")
                 Accessible.name: qsTr("Reset all bands to 0 dB")
                 onClicked: page.resetBands()
