@@ -31,11 +31,6 @@ QtObject {
     }
     function columnAt(f, centres) { return Response.columnAt(f, centres); }
     function frequencyAt(x, centres) { return Response.frequencyAt(x, centres); }
-    function curveExtremes(freqs, gains) {
-        const points = Response.curve(freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; }), 16);
-        const dbs = points.map(function (p) { return p.db; });
-        return [Math.min.apply(null, dbs), Math.max.apply(null, dbs), points[0].x, points[points.length - 1].x];
-    }
     // Records the steps (each [peq, [band, from, to], ...]), then undoes `undos` times with the
     // bands in `refused` failing. Returns the writes made and the steps left.
     function undoScenario(steps, undos, refused) {
@@ -101,7 +96,6 @@ private slots:
 
     void response_data();
     void response();
-    void curveSpansTheSliders();
     void gainAxis_data();
     void gainAxis();
     void axisPutsEachBandOnItsColumn();
@@ -167,18 +161,6 @@ void TestSceneLogic::response()
     const double db = call("response", {freqs, gains, frequency}).toDouble();
     QVERIFY(std::isfinite(db));
     QVERIFY2(std::abs(db - expected) <= tolerance, qPrintable(QString::number(db)));
-}
-
-void TestSceneLogic::curveSpansTheSliders()
-{
-    // One boosted band: the curve peaks there with the band's gain and never dips below 0 dB; it
-    // runs half a column beyond the first and the last slider.
-    const QVariantList extremes = call("curveExtremes", {centres, ints({0, 0, 8, 0, 0, 0, 0, 0, 0, 0})}).toList();
-    QCOMPARE(extremes.size(), 4);
-    QVERIFY(extremes[0].toDouble() >= 0);
-    QVERIFY(std::abs(extremes[1].toDouble() - 8) < 0.5);
-    QCOMPARE(extremes[2].toDouble(), -0.5);
-    QCOMPARE(extremes[3].toDouble(), 9.5);
 }
 
 void TestSceneLogic::gainAxis_data()
