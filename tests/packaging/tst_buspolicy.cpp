@@ -108,6 +108,59 @@ private:
     DBusConnection *connection = nullptr;
 };
 
+// Waits, as a bus monitor, for a client to subscribe with the given match rule: once the bus has
+// passed that call on, the rule is in force for every message sent after it.
+bool waitForMatchRule(const QString &address, const char *rule)
+{
+    DBusError error;
+    dbus_error_init(&error);
+    DBusConnection *monitor = dbus_connection_open_private(address.toUtf8().constData(), &error);
+    bool seen = false;
+    if (monitor && dbus_bus_register(monitor, &error)) {
+        DBusMessage *become = dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
+                                                           "org.freedesktop.DBus.Monitoring", "BecomeMonitor");
+        const char *filter = "type='method_call',interface='org.freedesktop.DBus',member='AddMatch'";
+        const char **filters = &filter;
+        dbus_uint32_t flags = 0;
+        dbus_message_append_args(become, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING, &filters, 1, DBUS_TYPE_UINT32, &flags,
+                                 DBUS_TYPE_INVALID);
+        DBusMessage *reply = dbus_connection_send_with_reply_and_block(monitor, become, 10000, &error);
+        dbus_message_unref(become);
+        if (reply)
+            dbus_message_unref(reply);
+        QDeadlineTimer deadline(60000);
+        while (reply && !seen && !deadline.hasExpired()) {
+            dbus_connection_read_write(monitor, 100);
+            while (DBusMessage *message = dbus_connection_pop_message(monitor)) {
+                const char *added = nullptr;
+                if (dbus_message_is_method_call(message, DBUS_INTERFACE_DBUS, "AddMatch")
+                    && dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &added, DBUS_TYPE_INVALID))
+                    seen = seen || qstrcmp(added, rule) == 0;
+                dbus_message_unref(message);
+            }
+        }
+    }
+    if (monitor) {
+        dbus_connection_close(monitor);
+        dbus_connection_unref(monitor);
+    }
+    dbus_error_free(&error);
+    return seen;
+}
+
+// Reads the process's output until it holds `count` times `needle`.
+bool waitForOutput(QProcess &process, QByteArray &output, const QByteArray &needle, int count)
+{
+    QDeadlineTimer deadline(60000);
+    while (output.count(needle) < count && !deadline.hasExpired()) {
+        process.waitForReadyRead(200);
+        output += process.readAll();
+        if (process.state() == QProcess::NotRunning)
+            break;
+    }
+    return output.count(needle) >= count;
+}
+
 } // namespace
 
 class tst_BusPolicy : public QObject
@@ -119,9 +172,11 @@ private slots:
     void cleanupTestCase();
     void signalReachesListener_data();
     void signalReachesListener();
+    void applicationShowsOnlyForTheManager();
 
 private:
     bool startBus(bool withServiceUser);
+    bool send(const QString &sender, const QString &path, const QString &signal);
     QString prepareServiceUser();
 
     QTemporaryDir tmp;
@@ -131,6 +186,7 @@ private:
     Listener listener;
     QHash<QString, Identity> senders;
     QString serviceUserProblem;
+    bool namespaces = false;
 };
 
 // Accounts of this machine plus the service user, made by the shipped sysusers entry. Returns the
@@ -227,6 +283,7 @@ void tst_BusPolicy::initTestCase()
                      .toUtf8());
     config.close();
 
+    namespaces = QProcess::execute(QStringLiteral("unshare"), {QStringLiteral("--mount"), QStringLiteral("true")}) == 0;
     const QString serviceUser = env("EQ_SERVICE_USER");
     senders.insert(QStringLiteral("nobody"), hostIdentity(QStringLiteral("nobody")));
     senders.insert(QStringLiteral("activity manager"), hostIdentity(env("EQ_ACTIVITY_MANAGER_USER")));
@@ -235,11 +292,12 @@ void tst_BusPolicy::initTestCase()
         QVERIFY2(startBus(false), qPrintable(busLog));
     } else {
         const QString passwd = prepareServiceUser();
-        if (!passwd.isEmpty() && startBus(true)) {
+        if (namespaces && !passwd.isEmpty() && startBus(true)) {
             senders.insert(QStringLiteral("service"), identityIn(passwd, serviceUser));
         } else {
             if (serviceUserProblem.isEmpty())
-                serviceUserProblem = QStringLiteral("no mount namespace for the bus: ") + busLog;
+                serviceUserProblem = namespaces ? QStringLiteral("the bus did not start with its accounts: ") + busLog
+                                                : QStringLiteral("no mount namespace can be made here");
             QVERIFY2(startBus(false), qPrintable(busLog));
         }
     }
@@ -290,19 +348,87 @@ void tst_BusPolicy::signalReachesListener()
     if (as.uid < 0)
         QSKIP(qPrintable(QStringLiteral("no %1 user here: %2").arg(sender, serviceUserProblem)));
 
+    QVERIFY(send(sender, path, signal));
+    bool left = false;
+    const QStringList seen = listener.signalsUntilSenderLeaves(&left);
+    QVERIFY2(left, "the bus never reported the sender leaving");
+    QCOMPARE(seen, delivered ? QStringList{path + QLatin1Char(' ') + signal} : QStringList());
+}
+
+// The real program, run as the service user as its unit runs it (only the display is offscreen), in
+// a mount namespace whose /var/lib is empty but for its private state folder.
+void tst_BusPolicy::applicationShowsOnlyForTheManager()
+{
+    const Identity service = senders.value(QStringLiteral("service"));
+    if (service.uid < 0)
+        QSKIP(qPrintable(QStringLiteral("no service user here: ") + serviceUserProblem));
+    if (!namespaces)
+        QSKIP("no mount namespace can be made here for the program's state folder");
+    const char *rule = "type='signal',interface='zk.app.Equalizer.interface'";
+
+    QStringList command = {QStringLiteral("PATH=/usr/bin:/bin"), QStringLiteral("QT_QPA_PLATFORM=offscreen"),
+                           QStringLiteral("QT_QUICK_BACKEND=software"), QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + address};
+    // Sanitizer builds keep their options; stdbuf's preload has to come before their runtime.
+    for (const char *name : {"UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        if (qEnvironmentVariableIsSet(name))
+            command << QLatin1String(name) + QLatin1Char('=') + env(name);
+    }
+    command << QStringLiteral("ASAN_OPTIONS=") + env("ASAN_OPTIONS") + QStringLiteral(":verify_asan_link_order=0");
+    command << QStringLiteral("stdbuf") << QStringLiteral("-oL") << QStringLiteral("-eL")
+            << env("EQ_BUILD_DIR") + QStringLiteral("/bin/equalizer");
+    QProcess app;
+    app.setProcessChannelMode(QProcess::MergedChannels);
+    app.start(QStringLiteral("unshare"),
+              QStringList{QStringLiteral("--mount"), QStringLiteral("--"), QStringLiteral("sh"), QStringLiteral("-c"),
+                          QStringLiteral("u=$1 g=$2 && shift 2 && mount -t tmpfs -o mode=0755 tmpfs /var/lib"
+                                         " && mkdir -m 0700 /var/lib/equalizer && chown \"$u:$g\" /var/lib/equalizer"
+                                         " && exec setpriv --reuid=\"$u\" --regid=\"$g\" --clear-groups env -i \"$@\""),
+                          QStringLiteral("sh"), QString::number(service.uid), QString::number(service.gid)}
+                  + command);
+    QVERIFY(app.waitForStarted());
+    const bool subscribed = waitForMatchRule(address, rule);
+    QByteArray output = app.readAll();
+    if (!subscribed) {
+        app.kill();
+        app.waitForFinished();
+        QFAIL(qPrintable(QStringLiteral("the application never subscribed to its signals:\n")
+                         + QString::fromLocal8Bit(output + app.readAll())));
+    }
+
+    const QString resume = QStringLiteral("zk.app.Equalizer.interface.resume");
+    bool left = false;
+    QVERIFY(send(QStringLiteral("nobody"), QStringLiteral("/"), resume));
+    listener.signalsUntilSenderLeaves(&left);
+    QVERIFY(send(QStringLiteral("activity manager"), QStringLiteral("/"), resume));
+    listener.signalsUntilSenderLeaves(&left);
+    QVERIFY2(waitForOutput(app, output, "<Equalizer>show", 1), output.constData());
+    // The program handles its signals in arrival order: once it has logged the manager's later
+    // unknown signal as well, a refused "resume" that had got through would have shown by now.
+    const QByteArray unknown = "warning unknown message.ignore..";
+    const int unknownSoFar = output.count(unknown);
+    QVERIFY(send(QStringLiteral("activity manager"), QStringLiteral("/"),
+                 QStringLiteral("zk.app.Equalizer.interface.ping")));
+    listener.signalsUntilSenderLeaves(&left);
+    QVERIFY2(waitForOutput(app, output, unknown, unknownSoFar + 1), output.constData());
+    QCOMPARE(output.count("<Equalizer>show"), 1);
+
+    app.terminate();
+    QVERIFY(app.waitForFinished());
+}
+
+bool tst_BusPolicy::send(const QString &sender, const QString &path, const QString &signal)
+{
+    const Identity as = senders.value(sender);
     QProcess send;
     send.setProcessChannelMode(QProcess::MergedChannels);
     send.start(QStringLiteral("setpriv"),
                {QStringLiteral("--reuid=%1").arg(as.uid), QStringLiteral("--regid=%1").arg(as.gid),
                 QStringLiteral("--clear-groups"), QStringLiteral("dbus-send"), QStringLiteral("--bus=") + address,
                 QStringLiteral("--type=signal"), path, signal});
-    QVERIFY(send.waitForFinished());
-    QVERIFY2(send.exitStatus() == QProcess::NormalExit && send.exitCode() == 0, send.readAll().constData());
-
-    bool left = false;
-    const QStringList seen = listener.signalsUntilSenderLeaves(&left);
-    QVERIFY2(left, "the bus never reported the sender leaving");
-    QCOMPARE(seen, delivered ? QStringList{path + QLatin1Char(' ') + signal} : QStringList());
+    if (send.waitForFinished() && send.exitStatus() == QProcess::NormalExit && send.exitCode() == 0)
+        return true;
+    qWarning("%s", send.readAll().constData());
+    return false;
 }
 
 QTEST_GUILESS_MAIN(tst_BusPolicy)
