@@ -124,8 +124,9 @@ void TestSettingsFile::startValues_data()
     QTest::addColumn<int>("maxGain");
 
     QTest::newRow("no file: defaults") << QByteArray() << false << 4 << -60 << 20;
+    static const char malformed[] = "\xff\xfe\x00[[[\n===\n\\\n[\n";
     QTest::newRow("malformed file: defaults")
-        << QByteArray("\xff\xfe\x00[[[\n===\n\\\n[\n", 17) << false << 4 << -60 << 20;
+        << QByteArray::fromRawData(malformed, sizeof malformed - 1) << false << 4 << -60 << 20;
     QTest::newRow("bounds written by hand") << QByteArray("MinGain=-30\nMaxGain=12\n") << false << 4 << -30 << 12;
     QTest::newRow("demo mode on") << QByteArray("DemoMode=true\n") << true << 4 << -60 << 20;
     QTest::newRow("[General] holds the top-level keys")
