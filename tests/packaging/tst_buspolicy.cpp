@@ -374,8 +374,16 @@ void tst_BusPolicy::applicationShowsOnlyForTheManager()
             command << QLatin1String(name) + QLatin1Char('=') + env(name);
     }
     command << QStringLiteral("ASAN_OPTIONS=") + env("ASAN_OPTIONS") + QStringLiteral(":verify_asan_link_order=0");
+    // A copy of the program and its scene, laid out as in the build tree, where the service user
+    // can reach it wherever the build tree is.
+    const QString copy = tmp.path() + QStringLiteral("/program");
+    QVERIFY(QDir().mkpath(copy + QStringLiteral("/bin")));
+    QCOMPARE(QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), env("EQ_BUILD_DIR") + QStringLiteral("/bin/equalizer"),
+                                                      copy + QStringLiteral("/bin/")}), 0);
+    QCOMPARE(QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), env("EQ_BUILD_DIR") + QStringLiteral("/usr"), copy}), 0);
+    QCOMPARE(QProcess::execute(QStringLiteral("chmod"), {QStringLiteral("-R"), QStringLiteral("go+rX"), copy}), 0);
     command << QStringLiteral("stdbuf") << QStringLiteral("-oL") << QStringLiteral("-eL")
-            << env("EQ_BUILD_DIR") + QStringLiteral("/bin/equalizer");
+            << copy + QStringLiteral("/bin/equalizer");
     QProcess app;
     app.setProcessChannelMode(QProcess::MergedChannels);
     app.start(QStringLiteral("unshare"),
