@@ -14,7 +14,7 @@ EQ_PACKAGES=(
     alsa-utils libasound2-dev
     libgl1-mesa-dri libglx-mesa0 libegl-mesa0
     xvfb xauth x11-utils xdotool imagemagick matchbox-window-manager
-    util-linux
+    util-linux systemd
 )
 
 eq_install_packages() {
