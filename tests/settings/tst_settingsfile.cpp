@@ -167,7 +167,7 @@ void TestSettingsFile::traceLevel_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("levelLines");
     QTest::addColumn<bool>("fTraced"); // the minimize trace
-    QTest::addColumn<bool>("dTraced"); // the volume read's result
+    QTest::addColumn<bool>("dTraced"); // the volume read's result; writes without the suffix
 
     QTest::newRow("absent: 4, everything") << QByteArray()
         << QByteArray("debugLevel: 4\nLOG level: e, f, i, d = 1, 1, 1, 1\n") << true << true;
@@ -201,8 +201,13 @@ void TestSettingsFile::traceLevel()
         start = out.text();
         eq.minimize();
         eq.getVolume();
+        card->clearLogs();
+        eq.setVolume(50);
         later = out.text().mid(start.size());
     }
+    // The d flag also keeps a write's own output, by leaving off the redirection words.
+    const QString write = R"(amixer sset "Main Vol Master Gain" 50)";
+    QCOMPARE(card->commands(), QStringList{dTraced ? write : write + " < /dev/null 2>&1"});
     QCOMPARE(start.count("debugLevel: "), 1);
     QVERIFY2(start.contains(levelLines), start.constData());
     QCOMPARE(later.contains("<Equalizer>minimize\n"), fTraced);
