@@ -16,7 +16,10 @@ void Equalizer::saveToPresets(int id)
             Trace::line("insert gain: %s, %d", band.name.toUtf8().constData(), band.gain);
         gains.insert(band.name, band.gain);
     }
-    settings->setValue(m_presetList.at(id).name, gains);
+    // An id outside the list names the empty key, which the store refuses (noisily); skip it.
+    const QString key = m_presetList.at(id).name;
+    if (!key.isEmpty())
+        settings->setValue(key, gains);
     updatePresetedId(id);
 }
 
@@ -25,7 +28,9 @@ void Equalizer::setToPreset(int id)
     if (logD)
         Trace::line("setToPresets(id=%d)", id);
 
-    const QVariantHash gains = settings->value(m_presetList.at(id).name, QVariant()).toHash();
+    // An id outside the list (-1 at every cold start) names the empty key: no stored gains.
+    const QString key = m_presetList.at(id).name;
+    const QVariantHash gains = key.isEmpty() ? QVariantHash() : settings->value(key, QVariant()).toHash();
     const int bands = m_freqList.rowCount();
     // A preset never saved counts as applied without touching the card.
     if (!gains.isEmpty() && bands >= 1) {

@@ -9,7 +9,10 @@ void Equalizer::saveToProfiles(int id)
 {
     if (logD)
         Trace::line("saveToProfiles(id=%d)", id);
-    settings->setValue(m_profileList.at(id).name, userProfile);
+    // An id outside the list names the empty key, which the store refuses (noisily); skip it.
+    const QString key = m_profileList.at(id).name;
+    if (!key.isEmpty())
+        settings->setValue(key, userProfile);
 }
 
 void Equalizer::setToProfiles(int id)
