@@ -165,6 +165,8 @@ private:
     int runGetCmd(const QString cmd);
     QString runGetCmdString(const QString cmd);
     bool runSetCmd(QString &cmd);
+    // A write that the user profile records: runs a copy of cmd and, on success, records cmd as built.
+    bool runRecordedSetCmd(const QString &cmd);
 
     // Construction (equalizer/construction.cpp).
     void openSettings();

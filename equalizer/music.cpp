@@ -27,10 +27,8 @@ bool Equalizer::changeDBEParams(int type, int value)
     const QString cmd = MixerControls::writeDbe(dbeControls.value(type), value);
     if (logD)
         Trace::line("changeDBEParams cmd: %s", cmd.toUtf8().constData());
-    QString run = cmd;
-    const bool ok = runSetCmd(run);
+    const bool ok = runRecordedSetCmd(cmd);
     if (ok) {
-        saveUserProfile(cmd);
         dbeParams.insert(type, value);
         emit dbeParamsChanged();
     }
@@ -48,10 +46,8 @@ bool Equalizer::changeChanDelay(int chanId, int delay)
     const QString cmd = MixerControls::writeChanDelay(chanId, delay);
     if (logE)
         Trace::line("changeChanDelay cmd: %s", cmd.toUtf8().constData());
-    QString run = cmd;
-    const bool ok = runSetCmd(run);
+    const bool ok = runRecordedSetCmd(cmd);
     if (ok) {
-        saveUserProfile(cmd);
         chanDelays.insert(chanId, delay);
         emit chanDelaysChanged();
     }

@@ -41,10 +41,8 @@ bool Equalizer::changeMode(int newModeIdx)
     const QString cmd = MixerControls::writePeqSwitchMode(currentPeqName(), newModeIdx);
     if (logE)
         Trace::line("changMode cmd: %s", cmd.toUtf8().constData());
-    QString run = cmd;
-    const bool ok = runSetCmd(run);
+    const bool ok = runRecordedSetCmd(cmd);
     if (ok) {
-        saveUserProfile(cmd);
         currentModeIdx = newModeIdx;
         emit currentModeIdxChanged(newModeIdx);
     }
@@ -56,10 +54,8 @@ bool Equalizer::changeCoreType(int newTypeIdx)
     const QString cmd = MixerControls::writePeqCoreType(currentPeqName(), newTypeIdx);
     if (logE)
         Trace::line("changeCoreType cmd: %s", cmd.toUtf8().constData());
-    QString run = cmd;
-    const bool ok = runSetCmd(run);
+    const bool ok = runRecordedSetCmd(cmd);
     if (ok) {
-        saveUserProfile(cmd);
         currentCoreTypeIdx = newTypeIdx;
         emit currentCoreTypeIdxChanged(newTypeIdx);
     }
@@ -85,11 +81,9 @@ bool Equalizer::changeGain(int bandIdx, int gainValue)
                                      : MixerControls::writePeqBandGain(peq, bandIdx, toDsp(gainValue));
     if (logD)
         Trace::line("changeGain cmd: %s", cmd.toUtf8().constData());
-    QString run = cmd;
-    if (!runSetCmd(run))
+    if (!runRecordedSetCmd(cmd))
         return false;
 
-    saveUserProfile(cmd);
     if (bandIdx == 0) {
         // The master gain is no part of a preset, so the selection stays.
         masterGain = gainValue;

@@ -5,11 +5,8 @@
 
 bool Equalizer::setVolume(int v)
 {
-    const QString cmd = MixerControls::writeMainVolume(v);
-    QString run = cmd;
-    const bool ok = runSetCmd(run);
+    const bool ok = runRecordedSetCmd(MixerControls::writeMainVolume(v));
     if (ok) {
-        saveUserProfile(cmd);
         volume = v;
         emit volumeChanged();
     }
