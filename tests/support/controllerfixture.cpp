@@ -1,5 +1,9 @@
 #include "support/controllerfixture.h"
 
+#include "support/stdoutcapture.h"
+
+#include <QFile>
+#include <QSettings>
 #include <QThread>
 
 namespace ControllerFixture {
@@ -17,6 +21,106 @@ void waitForWorkers(Equalizer &equalizer)
 {
     for (QThread *worker : equalizer.findChildren<QThread *>())
         worker->wait();
+}
+
+QByteArray output(const std::function<void()> &action, int fd)
+{
+    StdoutCapture capture(fd);
+    action();
+    return capture.text();
+}
+
+QStringList traceLines(const QByteArray &out)
+{
+    QStringList lines;
+    for (const QByteArray &line : out.split('\n'))
+        if (line.startsWith("<Equalizer>"))
+            lines << QString::fromUtf8(line.mid(11));
+    return lines;
+}
+
+QStringList traces(const std::function<void()> &action)
+{
+    return traceLines(output(action));
+}
+
+QString redirected(const QString &cmd)
+{
+    return cmd + QStringLiteral(" < /dev/null 2>&1");
+}
+
+// Spelt out rather than built from the control catalogue, so that a wrong template shows here.
+QStringList profileReadBack()
+{
+    QStringList reads{QStringLiteral("amixer sget \"User PEQ Switch Mode\"")};
+    for (const char *word : {"Switch Mode", "Xover FC", "Mix Balance", "Effect Strength", "Amp Limit", "LP FC",
+                             "HP FC", "Harm Content"})
+        reads << QStringLiteral("amixer sget \"Music DBE %1\"").arg(QLatin1String(word));
+    reads << QStringLiteral("amixer sget \"User PEQ Core Type\"")
+          << QStringLiteral("amixer sget \"User PEQ Master Gain\"");
+    for (int band = 1; band <= 10; ++band)
+        reads << QStringLiteral("amixer sget \"User PEQ Band%1 Gain\"").arg(band);
+    for (int chan = 1; chan <= 4; ++chan)
+        reads << QStringLiteral("amixer sget \"Music Chan%1 Delay\"").arg(chan);
+    return reads << QStringLiteral("amixer sget \"Voicecall CVC Send Mode\"")
+                 << QStringLiteral("amixer sget \"Voicecall CVC Recv Mode\"")
+                 << QStringLiteral("amixer sget \"Voicecall CVC 2Mic\"")
+                 << QStringLiteral("amixer sget \"Main Vol Master Gain\"");
+}
+
+Controller::Controller(const QVariantMap &settings, bool start)
+    : paths(ControllerFixture::paths(dir))
+{
+    if (!settings.isEmpty()) {
+        QSettings file(paths.settingsFile, QSettings::NativeFormat);
+        for (auto it = settings.cbegin(); it != settings.cend(); ++it)
+            file.setValue(it.key(), it.value());
+    }
+    if (start)
+        this->start();
+}
+
+Controller::Controller(int debugLevel)
+    : Controller(QVariantMap{{QStringLiteral("DebugLevel"), debugLevel}})
+{
+}
+
+Controller::~Controller() = default;
+
+void Controller::writeFile(const QByteArray &content)
+{
+    QFile file(paths.settingsFile);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("cannot write %s", qPrintable(paths.settingsFile));
+}
+
+Equalizer &Controller::start()
+{
+    eq.reset();
+    eq = std::make_unique<Equalizer>(nullptr, paths);
+    waitForWorkers(*eq);
+    return *eq;
+}
+
+void Controller::stop()
+{
+    eq.reset();
+}
+
+QVariant Controller::stored(const QString &key) const
+{
+    return storedAll().value(key);
+}
+
+QVariantMap Controller::storedAll() const
+{
+    if (eq)
+        eq->findChild<QSettings *>()->sync();
+    const QSettings file(paths.settingsFile, QSettings::NativeFormat);
+    QVariantMap all;
+    for (const QString &key : file.allKeys())
+        all.insert(key, file.value(key));
+    return all;
 }
 
 } // namespace ControllerFixture

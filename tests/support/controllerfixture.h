@@ -1,18 +1,35 @@
 #pragma once
 
-// Helpers for tests that construct the real controller.
+// Helpers for tests that construct the real controller, usually on a VirtualCard.
 //
-//     QTemporaryDir dir;
-//     Equalizer eq(nullptr, ControllerFixture::paths(dir));
-//     ControllerFixture::waitForWorkers(eq);   // their start-up lines are printed before you capture
+//     VirtualCard card;                                  // first: the controller reads it at once
+//     ControllerFixture::Controller eq(1);               // "DebugLevel" 1, started
+//     const QStringList lines = ControllerFixture::traces([&] { eq->changeMode(0); });
+//     QCOMPARE(lines, QStringList{"changMode cmd: amixer sset \"User PEQ Switch Mode\" 0"});
+//     QCOMPARE(card.commands(), QStringList{ControllerFixture::redirected(
+//                                   "amixer sset \"User PEQ Switch Mode\" 0")});
+//     QCOMPARE(eq.stored("ProfileId").toInt(), 2);
 //
-// paths() keeps the settings file and its lock in the given folder and points the key device at a
-// file that does not exist, so the key thread ends at once; with the test environment's unreachable
-// system bus the bus thread ends at once too.
+// Controller keeps the settings file and its lock in a temporary folder of its own and points the
+// key device at a file that does not exist, so the key thread ends at once; with the test
+// environment's unreachable system bus the bus thread ends at once too. start() waits for both, so
+// their start-up lines are out before a test captures standard output. Settings handed to the
+// constructor (or bytes given to writeFile()) are what the controller finds when it starts.
+// stored() reads the file back with a store of its own, after the running controller's store has
+// been written out.
+//
+// traces() keeps only the controller's own lines ("<Equalizer>" and the message; the tag is
+// removed): the worker threads tag theirs differently. Both capture helpers close the capture
+// before they return, so that a failing comparison is reported where it can be seen.
 
 #include "equalizer/equalizer.h"
 
+#include <QStringList>
 #include <QTemporaryDir>
+#include <QVariantMap>
+
+#include <functional>
+#include <memory>
 
 namespace ControllerFixture {
 
@@ -20,5 +37,50 @@ EqualizerPaths paths(const QTemporaryDir &dir);
 
 // Waits until both worker threads have ended by themselves (no bus, no key device).
 void waitForWorkers(Equalizer &equalizer);
+
+// What the action wrote to the descriptor (1: standard output, 2: standard error).
+QByteArray output(const std::function<void()> &action, int fd = 1);
+
+// The controller's trace lines, tag removed, in text written to standard output, or while action ran.
+QStringList traceLines(const QByteArray &out);
+QStringList traces(const std::function<void()> &action);
+
+// A write as the runner runs it below debug level 4.
+QString redirected(const QString &cmd);
+
+// The 29 reads that end every profile application, in their order (PEQ "User").
+QStringList profileReadBack();
+
+class Controller
+{
+public:
+    // Writes the settings, then starts the controller unless start is false.
+    explicit Controller(const QVariantMap &settings = QVariantMap(), bool start = true);
+    // A controller started on a file that holds only "DebugLevel".
+    explicit Controller(int debugLevel);
+    ~Controller();
+
+    Controller(const Controller &) = delete;
+    Controller &operator=(const Controller &) = delete;
+
+    // Replaces the settings file with exactly these bytes; call it before start().
+    void writeFile(const QByteArray &content);
+    Equalizer &start();
+    // Destroys the controller; its store is written out.
+    void stop();
+
+    Equalizer *get() const { return eq.get(); }
+    Equalizer *operator->() const { return eq.get(); }
+    Equalizer &operator*() const { return *eq; }
+
+    QVariant stored(const QString &key) const;
+    QVariantMap storedAll() const;
+
+    const QTemporaryDir dir;
+    const EqualizerPaths paths;
+
+private:
+    std::unique_ptr<Equalizer> eq;
+};
 
 } // namespace ControllerFixture
