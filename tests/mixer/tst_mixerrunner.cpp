@@ -1,263 +1,294 @@
-#include "equalizer/equalizer.h"
-#include "mixer/controls.h"
 #include "mixer/runner.h"
-#include "support/stdoutcapture.h"
+#include "support/controllerfixture.h"
 #include "support/virtualcard.h"
 
-#include <QSettings>
 #include <QSignalSpy>
 #include <QtTest>
 
-using namespace MixerControls;
+#include <functional>
+#include <memory>
+#include <vector>
 
-// The process layer against the real amixer on the virtual card, and the main volume and the
-// user-profile recorder built on it. Faults are injected on the control that a row's line names.
+using namespace ControllerFixture;
+using L = QStringList;
+using Action = std::function<bool(Equalizer &)>;
+Q_DECLARE_METATYPE(Action)
+
+// The process layer against the real amixer on the virtual card, and what every writer of the
+// controller builds on it: the main volume, the user-profile recorder, and a refused write.
+// Controllers here run at debug level 0, so their writes carry the redirection words.
 class TestMixerRunner : public QObject
 {
     Q_OBJECT
 
+    std::unique_ptr<VirtualCard> card;
+    std::unique_ptr<Controller> shared; // for the refused writes, which change nothing
+
+    // A process that stays busy until it is destroyed.
+    static void makeBusy(QProcess &process)
+    {
+        process.start("sleep", {"infinity"});
+        QVERIFY(process.waitForStarted());
+    }
+
 private slots:
-    void init();
-    void reads_data();
-    void reads();
-    void writes_data();
-    void writes();
-    void volume_data();
-    void volume();
-    void recorder_data();
-    void recorder();
-    void missingTool();
-
-private:
-    // What the controller stored as "User Profile" when it was asked to save profile 0.
-    QVariantHash storedUserProfile() const
+    void initTestCase()
     {
-        return QSettings(paths.settingsFile, QSettings::IniFormat).value("User Profile").toHash();
+        card = std::make_unique<VirtualCard>();
+        QVERIFY2(card->isValid(), qPrintable(card->errorString()));
     }
 
-    QScopedPointer<VirtualCard> card;
-    QScopedPointer<QTemporaryDir> dir;
-    EqualizerPaths paths;
-};
-
-static QString controlOf(const QString &cmd)
-{
-    return cmd.section('"', 1, 1);
-}
-
-void TestMixerRunner::init()
-{
-    card.reset();
-    card.reset(new VirtualCard);
-    QVERIFY2(card->isValid(), qPrintable(card->errorString()));
-    card->setValue("User PEQ Band3 Gain", 66);
-    card->setValue("Music Chan2 Delay", 7);
-    card->setValue("Voicecall CVC 2Mic", 1);
-    dir.reset(new QTemporaryDir);
-    paths.settingsFile = dir->filePath("Equalizer.conf");
-    paths.settingsLock = dir->filePath("Equalizer.conf.lock");
-    paths.keyDevice = dir->filePath("no-key-device");
-    QSettings(paths.settingsFile, QSettings::IniFormat).setValue("DebugLevel", 0);
-}
-
-void TestMixerRunner::reads_data()
-{
-    QTest::addColumn<QString>("cmd");
-    QTest::addColumn<bool>("text"); // the text read rather than the integer read
-    QTest::addColumn<bool>("fail");
-    QTest::addColumn<bool>("busy");
-    QTest::addColumn<QString>("result");
-
-    const QString band3 = readPeqBandGain("User", 3);
-    QTest::newRow("band gain") << band3 << false << false << false << "66";
-    QTest::newRow("delay") << readChanDelay(2) << false << false << false << "7";
-    QTest::newRow("2Mic, text") << readCvcTwoMic() << true << false << false << "on";
-    QTest::newRow("failing tool: -1") << band3 << false << true << false << "-1";
-    QTest::newRow("failing tool, text: empty") << readCvcTwoMic() << true << true << false << "";
-    QTest::newRow("no band 11: -1") << readPeqBandGain("User", 11) << false << false << false << "-1";
-    QTest::newRow("busy: -1, nothing run") << band3 << false << false << true << "-1";
-    QTest::newRow("busy, text: empty, nothing run") << readCvcTwoMic() << true << false << true << "";
-    QTest::newRow("empty line: -1, nothing run") << "" << false << false << false << "-1";
-    QTest::newRow("empty line, text: empty, nothing run") << "" << true << false << false << "";
-}
-
-void TestMixerRunner::reads()
-{
-    QFETCH(QString, cmd);
-    QFETCH(bool, text);
-    QFETCH(bool, fail);
-    QFETCH(bool, busy);
-    QFETCH(QString, result);
-
-    card->failReads(fail ? QStringList{controlOf(cmd)} : QStringList());
-    card->clearLogs();
-    QProcess process;
-    if (busy) {
-        process.start("sleep", {"30"});
-        QVERIFY(process.waitForStarted());
-    }
-    QString got;
-    QByteArray trace;
+    void init()
     {
-        StdoutCapture out;
-        got = text ? MixerRunner::getString(process, cmd, true) : QString::number(MixerRunner::get(process, cmd, true));
-        trace = out.text();
-    }
-    QCOMPARE(got, result);
-    QCOMPARE(card->commands(), busy || cmd.isEmpty() ? QStringList() : QStringList{cmd});
-    // Every read is traced under the same label, whatever the control.
-    QVERIFY(trace.startsWith("<Equalizer>changMode cmd: " + cmd.toUtf8() + "\n"));
-}
-
-void TestMixerRunner::writes_data()
-{
-    QTest::addColumn<QString>("cmd");
-    QTest::addColumn<bool>("logD");
-    QTest::addColumn<bool>("fail");
-    QTest::addColumn<bool>("busy");
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<QStringList>("journal");
-
-    const QString vol = writeMainVolume(50);
-    const QStringList written{"Main Vol Master Gain=50"};
-    QTest::newRow("debug off: suffix, output dropped") << vol << false << false << false << true << written;
-    QTest::newRow("debug on: no suffix, output kept") << vol << true << false << false << true << written;
-    QTest::newRow("2Mic off") << writeCvcTwoMic("off") << true << false << false << true << QStringList{"Voicecall CVC 2Mic=0"};
-    QTest::newRow("failing tool: false") << vol << false << true << false << false << QStringList();
-    QTest::newRow("no band 11: false") << writePeqBandGain("User", 11, 60) << true << false << false << false << QStringList();
-    QTest::newRow("busy: false, nothing run, no suffix") << vol << false << false << true << false << QStringList();
-    QTest::newRow("empty line: false, nothing run") << "" << false << false << false << false << QStringList();
-}
-
-void TestMixerRunner::writes()
-{
-    QFETCH(QString, cmd);
-    QFETCH(bool, logD);
-    QFETCH(bool, fail);
-    QFETCH(bool, busy);
-    QFETCH(bool, ok);
-    QFETCH(QStringList, journal);
-
-    card->failWrites(fail ? QStringList{controlOf(cmd)} : QStringList());
-    card->clearLogs();
-    QProcess process;
-    if (busy) {
-        process.start("sleep", {"30"});
-        QVERIFY(process.waitForStarted());
-    }
-    QString line = cmd;
-    bool result;
-    QByteArray output;
-    {
-        StdoutCapture out;
-        result = MixerRunner::set(process, line, logD);
-        output = out.text();
-    }
-    const QString ran = busy ? cmd : cmd + (logD ? "" : " < /dev/null 2>&1");
-    QCOMPARE(result, ok);
-    QCOMPARE(line, ran);
-    QCOMPARE(card->commands(), busy || cmd.isEmpty() ? QStringList() : QStringList{ran});
-    QCOMPARE(card->journal(), journal);
-    QCOMPARE(output.contains("Simple mixer control"), ok && logD);
-}
-
-void TestMixerRunner::volume_data()
-{
-    QTest::addColumn<int>("held");
-    QTest::addColumn<bool>("fail");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<QStringList>("journal");
-
-    QTest::newRow("new value") << 40 << false << 50 << QStringList{"Main Vol Master Gain=50"};
-    QTest::newRow("value already held: run and signalled again") << 50 << false << 50 << QStringList();
-    QTest::newRow("not clamped: the card limits it") << 40 << false << 500 << QStringList{"Main Vol Master Gain=127"};
-    QTest::newRow("failing tool: nothing changes") << 40 << true << 50 << QStringList();
-}
-
-// setVolume() twice with the same value, then getVolume() of what the card holds.
-void TestMixerRunner::volume()
-{
-    QFETCH(int, held);
-    QFETCH(bool, fail);
-    QFETCH(int, value);
-    QFETCH(QStringList, journal);
-    {
-        Equalizer eq(nullptr, paths);
-        QCOMPARE(eq.property("Volume").toInt(), card->value("Main Vol Master Gain"));
-        card->setValue("Main Vol Master Gain", held);
-        card->failWrites(fail ? QStringList{"Main Vol Master Gain"} : QStringList());
+        card->failWrites({});
+        card->failReads({});
+        card->setPowerOnState();
+        card->setValue("User PEQ Band3 Gain", 66);
+        card->setValue("Voicecall CVC 2Mic", 1);
         card->clearLogs();
-        const int before = eq.property("Volume").toInt();
-        QSignalSpy changed(&eq, &Equalizer::volumeChanged);
-
-        QCOMPARE(eq.setVolume(value), !fail);
-        QCOMPARE(eq.setVolume(value), !fail);
-        QCOMPARE(changed.count(), fail ? 0 : 2);
-        QCOMPARE(eq.property("Volume").toInt(), fail ? before : value);
-        QCOMPARE(eq.getVolume(), card->value("Main Vol Master Gain"));
-        const QString line = writeMainVolume(value) + " < /dev/null 2>&1";
-        QCOMPARE(card->commands(), (QStringList{line, line, readMainVolume()}));
-        QCOMPARE(card->journal(), journal);
-        eq.saveToProfiles(0);
     }
-    // Recorded on success only, and without the suffix.
-    QVariantHash recorded;
-    if (!fail)
-        recorded.insert(R"(amixer sset "Main Vol Master Gain")", writeMainVolume(value));
-    QCOMPARE(storedUserProfile(), recorded);
-}
 
-void TestMixerRunner::recorder_data()
-{
-    QTest::addColumn<QStringList>("commands");
-    QTest::addColumn<QVariantHash>("recorded");
-
-    const QString band3 = R"(amixer sset "User PEQ Band3 Gain")";
-    const QString delay1 = R"(amixer sset "Music Chan1 Delay")";
-    QTest::newRow("same control twice: one item, the last value") << QStringList{band3 + " 65", band3 + " 67"}
-                                                                  << QVariantHash{{band3, band3 + " 67"}};
-    QTest::newRow("two controls: two items") << QStringList{band3 + " 65", delay1 + " 3"}
-                                             << QVariantHash{{band3, band3 + " 65"}, {delay1, delay1 + " 3"}};
-    QTest::newRow("no blank: stored under itself") << QStringList{"reset"} << QVariantHash{{"reset", "reset"}};
-    QTest::newRow("trailing blank: the key ends before it") << QStringList{"a b "} << QVariantHash{{"a b", "a b "}};
-}
-
-void TestMixerRunner::recorder()
-{
-    QFETCH(QStringList, commands);
-    QFETCH(QVariantHash, recorded);
+    void cleanupTestCase()
     {
-        Equalizer eq(nullptr, paths);
+        shared.reset();
+        card.reset();
+    }
+
+    void reads_data()
+    {
+        QTest::addColumn<QString>("cmd");
+        QTest::addColumn<bool>("text"); // the text read rather than the integer read
+        QTest::addColumn<bool>("fail");
+        QTest::addColumn<bool>("busy");
+        QTest::addColumn<QString>("result");
+
+        const QString band3 = "amixer sget \"User PEQ Band3 Gain\"";
+        const QString twoMic = "amixer sget \"Voicecall CVC 2Mic\"";
+        QTest::newRow("band gain") << band3 << false << false << false << "66";
+        QTest::newRow("2Mic, text") << twoMic << true << false << false << "on";
+        QTest::newRow("failing tool: -1") << band3 << false << true << false << "-1";
+        QTest::newRow("failing tool, text: empty") << twoMic << true << true << false << "";
+        QTest::newRow("busy: -1, nothing run") << band3 << false << false << true << "-1";
+        QTest::newRow("busy, text: empty, nothing run") << twoMic << true << false << true << "";
+    }
+
+    void reads()
+    {
+        QFETCH(QString, cmd);
+        QFETCH(bool, text);
+        QFETCH(bool, fail);
+        QFETCH(bool, busy);
+        QFETCH(QString, result);
+
+        card->failReads(fail ? L{cmd.section('"', 1, 1)} : L());
+        QProcess process;
+        if (busy)
+            makeBusy(process);
+        QString got;
+        const L lines = traces([&] {
+            got = text ? MixerRunner::getString(process, cmd, true) : QString::number(MixerRunner::get(process, cmd, true));
+        });
+        QCOMPARE(got, result);
+        QCOMPARE(card->commands(), busy ? L() : L{cmd});
+        // Every read is traced under the same label, whatever the control.
+        QCOMPARE(lines.value(0), "changMode cmd: " + cmd);
+    }
+
+    void writes_data()
+    {
+        QTest::addColumn<bool>("logD");
+        QTest::addColumn<bool>("fail");
+        QTest::addColumn<bool>("busy");
+        QTest::addColumn<QString>("ran"); // empty: nothing run
+
+        const QString vol = "amixer sset \"Main Vol Master Gain\" 50";
+        QTest::newRow("debug off: suffix, output dropped") << false << false << false << redirected(vol);
+        QTest::newRow("debug on: no suffix, output kept") << true << false << false << vol;
+        QTest::newRow("failing tool: false") << false << true << false << redirected(vol);
+        QTest::newRow("busy: false, nothing run, no suffix") << false << false << true << QString();
+    }
+
+    void writes()
+    {
+        QFETCH(bool, logD);
+        QFETCH(bool, fail);
+        QFETCH(bool, busy);
+        QFETCH(QString, ran);
+
+        card->failWrites(fail ? L{"Main Vol Master Gain"} : L());
+        QProcess process;
+        if (busy)
+            makeBusy(process);
+        QString line = "amixer sset \"Main Vol Master Gain\" 50";
+        bool result = false;
+        const QByteArray output = ControllerFixture::output([&] { result = MixerRunner::set(process, line, logD); });
+        const bool ok = !fail && !busy;
+        QCOMPARE(result, ok);
+        QCOMPARE(line, busy ? "amixer sset \"Main Vol Master Gain\" 50" : ran);
+        QCOMPARE(card->commands(), ran.isEmpty() ? L() : L{ran});
+        QCOMPARE(card->journal(), ok ? L{"Main Vol Master Gain=50"} : L());
+        QCOMPARE(output.contains("Simple mixer control"), ok && logD);
+    }
+
+    // A line with no word runs nothing and fails, whatever the previous run on the process gave.
+    void emptyLine()
+    {
+        QProcess process;
+        QCOMPARE(MixerRunner::get(process, "amixer sget \"Main Vol Master Gain\"", false), 80);
+        card->clearLogs();
+        QString line;
+        QVERIFY(!MixerRunner::set(process, line, false));
+        QCOMPARE(MixerRunner::get(process, QString(), false), -1);
+        QCOMPARE(MixerRunner::getString(process, QString(), false), QString());
+        QCOMPARE(card->commands(), L());
+    }
+
+    void volume_data()
+    {
+        QTest::addColumn<int>("held");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<L>("journal");
+
+        QTest::newRow("new value") << 40 << 50 << L{"Main Vol Master Gain=50"};
+        QTest::newRow("value already held: run and signalled again") << 50 << 50 << L();
+        QTest::newRow("not clamped: the card limits it") << 40 << 500 << L{"Main Vol Master Gain=127"};
+    }
+
+    // setVolume() twice with the same value, then getVolume() of what the card holds. Recorded
+    // without the redirection words.
+    void volume()
+    {
+        QFETCH(int, held);
+        QFETCH(int, value);
+        QFETCH(L, journal);
+
+        Controller eq(0);
+        QCOMPARE(eq->property("Volume").toInt(), 80);
+        card->setValue("Main Vol Master Gain", held);
+        card->clearLogs();
+        QSignalSpy changed(eq.get(), &Equalizer::volumeChanged);
+
+        QVERIFY(eq->setVolume(value));
+        QVERIFY(eq->setVolume(value));
+        QCOMPARE(changed.count(), 2);
+        QCOMPARE(eq->property("Volume").toInt(), value);
+        QCOMPARE(eq->getVolume(), card->value("Main Vol Master Gain"));
+        const QString cmd = QStringLiteral("amixer sset \"Main Vol Master Gain\" %1").arg(value);
+        QCOMPARE(card->commands(), (L{redirected(cmd), redirected(cmd), "amixer sget \"Main Vol Master Gain\""}));
+        QCOMPARE(card->journal(), journal);
+        eq->saveToProfiles(0);
+        QCOMPARE(eq.stored("User Profile").toHash(), (QVariantHash{{"amixer sset \"Main Vol Master Gain\"", cmd}}));
+    }
+
+    // One entry per control, keyed by the command up to its last blank; recording runs nothing.
+    void recorder_data()
+    {
+        QTest::addColumn<L>("commands");
+        QTest::addColumn<QVariantHash>("recorded");
+
+        const QString band3 = "amixer sset \"User PEQ Band3 Gain\"";
+        const QString delay1 = "amixer sset \"Music Chan1 Delay\"";
+        QTest::newRow("same control twice: the last value") << L{band3 + " 65", band3 + " 67"} << QVariantHash{{band3, band3 + " 67"}};
+        QTest::newRow("two controls: two entries")
+                << L{band3 + " 65", delay1 + " 3"} << QVariantHash{{band3, band3 + " 65"}, {delay1, delay1 + " 3"}};
+        QTest::newRow("no blank: stored under itself") << L{"reset"} << QVariantHash{{"reset", "reset"}};
+    }
+
+    void recorder()
+    {
+        QFETCH(L, commands);
+        QFETCH(QVariantHash, recorded);
+
+        Controller eq(0);
         card->clearLogs();
         for (const QString &cmd : commands)
-            eq.saveUserProfile(cmd);
-        eq.saveToProfiles(0);
-        QCOMPARE(card->commands(), QStringList()); // recording runs nothing
+            eq->saveUserProfile(cmd);
+        eq->saveToProfiles(0);
+        QCOMPARE(card->commands(), L());
+        QCOMPARE(eq.stored("User Profile").toHash(), recorded);
     }
-    QCOMPARE(storedUserProfile(), recorded);
-}
 
-// A PATH without amixer: by the exit-code rule every run fails, and the tool is named once on
-// standard error, however often it is missed.
-void TestMixerRunner::missingTool()
-{
-    QTemporaryDir emptyBin;
-    qputenv("PATH", QFile::encodeName(emptyBin.path()));
-    QByteArray errors;
+    // Every writer of the controller on a write the card refuses: false, and nothing else changes:
+    // no property, no signal, nothing recorded or stored.
+    void refusedWrite_data()
     {
-        StdoutCapture err(2);
-        Equalizer eq(nullptr, paths);
-        QCOMPARE(eq.property("Volume").toInt(), 0);
-        QVERIFY(!eq.setVolume(5));
-        QCOMPARE(eq.getVolume(), 0);
-        QProcess process;
-        QCOMPARE(MixerRunner::get(process, readMainVolume(), false), -1);
-        QCOMPARE(MixerRunner::getString(process, readCvcTwoMic(), false), QString());
-        errors = err.text();
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<Action>("write");
+
+        const auto row = [](const char *name, const char *control, const Action &write) {
+            QTest::newRow(name) << QString(control) << write;
+        };
+        row("band gain", "User PEQ Band3 Gain", [](Equalizer &e) { return e.changeGain(3, 4); });
+        row("master gain", "User PEQ Master Gain", [](Equalizer &e) { return e.changeGain(0, 4); });
+        row("switch mode", "User PEQ Switch Mode", [](Equalizer &e) { return e.changeMode(0); });
+        row("core type", "User PEQ Core Type", [](Equalizer &e) { return e.changeCoreType(1); });
+        row("DBE parameter", "Music DBE Xover FC", [](Equalizer &e) { return e.changeDBEParams(1, 200); });
+        row("channel delay", "Music Chan3 Delay", [](Equalizer &e) { return e.changeChanDelay(3, 300); });
+        row("volume", "Main Vol Master Gain", [](Equalizer &e) { return e.setVolume(50); });
+        row("CVC off, send refused: receive not tried", "Voicecall CVC Send Mode",
+            [](Equalizer &e) { return e.changeCvcMode(false); });
+        row("CVC send mode", "Voicecall CVC Send Mode", [](Equalizer &e) { return e.changeCvcSendMode(3); });
+        row("CVC receive mode", "Voicecall CVC Recv Mode", [](Equalizer &e) { return e.changeCvcRecvMode(3); });
+        row("2Mic", "Voicecall CVC 2Mic", [](Equalizer &e) { return e.changeTwoMicMode(true); });
     }
-    QCOMPARE(errors.count("equalizer: cannot start \"amixer\""), 1);
-    QCOMPARE(card->commands(), QStringList());
-}
+
+    void refusedWrite()
+    {
+        QFETCH(QString, control);
+        QFETCH(Action, write);
+
+        if (!shared)
+            shared = std::make_unique<Controller>(0);
+        Controller &eq = *shared;
+        eq->saveToProfiles(1);
+        const QVariantMap stored = eq.storedAll();
+        const QMetaObject &meta = Equalizer::staticMetaObject;
+        QVariantMap properties;
+        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+            properties[meta.property(i).name()] = meta.property(i).read(eq.get());
+        std::vector<std::unique_ptr<QSignalSpy>> spies;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            if (meta.method(i).methodType() == QMetaMethod::Signal)
+                spies.push_back(std::make_unique<QSignalSpy>(eq.get(), ("2" + meta.method(i).methodSignature()).constData()));
+        card->failWrites({control});
+        card->clearLogs();
+
+        QVERIFY(!write(*eq));
+
+        QCOMPARE(card->commands().size(), 1);
+        QVERIFY2(card->commands().first().contains(control), qPrintable(card->commands().first()));
+        QCOMPARE(card->journal(), L());
+        for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+            QCOMPARE(meta.property(meta.indexOfProperty(qPrintable(it.key()))).read(eq.get()), it.value());
+        for (const auto &spy : spies)
+            QCOMPARE(spy->count(), 0);
+        eq->saveToProfiles(1);
+        QCOMPARE(eq.storedAll(), stored);
+    }
+
+    // A PATH without amixer: by the exit-code rule every run fails, and the tool is named once on
+    // standard error, however often it is missed.
+    void missingTool()
+    {
+        QTemporaryDir emptyBin;
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(emptyBin.path()));
+        const QByteArray errors = output(
+                [&] {
+                    Controller eq(0);
+                    QCOMPARE(eq->property("Volume").toInt(), 0);
+                    QVERIFY(!eq->setVolume(5));
+                    QCOMPARE(eq->getVolume(), 0);
+                    QProcess process;
+                    QCOMPARE(MixerRunner::get(process, "amixer sget \"Main Vol Master Gain\"", false), -1);
+                    QCOMPARE(MixerRunner::getString(process, "amixer sget \"Voicecall CVC 2Mic\"", false), QString());
+                },
+                2);
+        qputenv("PATH", path);
+        QCOMPARE(errors.count("equalizer: cannot start \"amixer\""), 1);
+        QCOMPARE(card->commands(), L());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestMixerRunner)
 #include "tst_mixerrunner.moc"

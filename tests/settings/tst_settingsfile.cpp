@@ -1,218 +1,166 @@
-#include "equalizer/equalizer.h"
-#include "support/stdoutcapture.h"
+#include "support/controllerfixture.h"
 #include "support/virtualcard.h"
 
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QtTest>
 
+#include <memory>
+
+using namespace ControllerFixture;
+using L = QStringList;
+
 // The settings file as the controller leaves it, and the start values and trace level it yields.
-// Each case writes the file by hand, runs a controller on it (and on a virtual card) and reads the
-// result back with a store of its own once the controller is gone.
+// Each case writes the file by hand and runs a controller on it, on a virtual card of its own.
 class TestSettingsFile : public QObject
 {
     Q_OBJECT
 
+    std::unique_ptr<VirtualCard> card;
+
 private slots:
-    void storedKeys_data();
-    void storedKeys();
-    void staleLock_data();
-    void staleLock();
-    void startValues_data();
-    void startValues();
-    void traceLevel_data();
-    void traceLevel();
-
-private:
-    // A card and a settings folder of the case's own; the content is written when it is not null.
-    EqualizerPaths place(const QByteArray &content);
-
-    QScopedPointer<VirtualCard> card;
-    QScopedPointer<QTemporaryDir> dir;
-};
-
-using Stored = QMap<QString, QString>;
-
-EqualizerPaths TestSettingsFile::place(const QByteArray &content)
-{
-    card.reset();
-    card.reset(new VirtualCard);
-    if (!card->isValid())
-        qFatal("%s", qPrintable(card->errorString()));
-    dir.reset(new QTemporaryDir);
-    EqualizerPaths paths;
-    paths.settingsFile = dir->filePath("Equalizer.conf");
-    paths.settingsLock = dir->filePath("Equalizer.conf.lock");
-    paths.keyDevice = dir->filePath("no-key-device");
-    if (!content.isNull()) {
-        QFile file(paths.settingsFile);
-        file.open(QIODevice::WriteOnly);
-        file.write(content);
-    }
-    return paths;
-}
-
-void TestSettingsFile::storedKeys_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<Stored>("stored");
-
-    const Stored ids{{"PresetedId", "-1"}, {"Sweetspot", "-1"}, {"ProfileId", "2"}};
-    QTest::newRow("no file: only the three ids") << QByteArray() << ids;
-    Stored tunables = ids;
-    tunables.insert({{"DemoMode", "true"}, {"DebugLevel", "0"}, {"MinGain", "-30"}, {"MaxGain", "10"}});
-    QTest::newRow("tunables written by hand stay as they are")
-        << QByteArray("DemoMode=true\nDebugLevel=0\nMinGain=-30\nMaxGain=10\n") << tunables;
-    QTest::newRow("ids out of range are stored again as they are (empty profile script)")
-        << QByteArray("PresetedId=7\nSweetspot=9\nProfileId=5\n")
-        << Stored{{"PresetedId", "7"}, {"Sweetspot", "9"}, {"ProfileId", "5"}};
-}
-
-void TestSettingsFile::storedKeys()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(Stored, stored);
-    const EqualizerPaths paths = place(content);
+    void init()
     {
-        Equalizer eq(nullptr, paths);
+        card.reset();
+        card = std::make_unique<VirtualCard>();
+        QVERIFY2(card->isValid(), qPrintable(card->errorString()));
+    }
+
+    void storedKeys_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QVariantMap>("stored");
+
+        const QVariantMap ids{{"PresetedId", "-1"}, {"Sweetspot", "-1"}, {"ProfileId", "2"}};
+        QTest::newRow("no file: only the three ids") << QByteArray() << ids;
+        QVariantMap tunables = ids;
+        tunables.insert({{"DemoMode", "true"}, {"DebugLevel", "0"}, {"MinGain", "-30"}, {"MaxGain", "10"}});
+        QTest::newRow("tunables written by hand stay as they are")
+                << QByteArray("DemoMode=true\nDebugLevel=0\nMinGain=-30\nMaxGain=10\n") << tunables;
+        QTest::newRow("ids out of range are stored again as they are (empty profile script)")
+                << QByteArray("PresetedId=7\nSweetspot=9\nProfileId=5\n")
+                << QVariantMap{{"PresetedId", "7"}, {"Sweetspot", "9"}, {"ProfileId", "5"}};
+    }
+
+    void storedKeys()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QVariantMap, stored);
+
+        Controller eq({}, false);
+        if (!content.isEmpty())
+            eq.writeFile(content);
+        eq.start();
         // Operations that must leave the file alone.
-        eq.setVolume(5);
-        eq.getVolume();
-        eq.saveUserProfile(R"(amixer sset "User PEQ Band3 Gain" 65)");
-        eq.minimize();
-        eq.show();
+        eq->setVolume(5);
+        eq->getVolume();
+        eq->saveUserProfile(R"(amixer sset "User PEQ Band3 Gain" 65)");
+        eq->minimize();
+        eq->show();
+        eq.stop();
+        QCOMPARE(eq.storedAll(), stored);
     }
-    QSettings file(paths.settingsFile, QSettings::IniFormat);
-    Stored found;
-    for (const QString &key : file.allKeys())
-        found.insert(key, file.value(key).toString());
-    QCOMPARE(found, stored);
-}
 
-void TestSettingsFile::staleLock_data()
-{
-    QTest::addColumn<bool>("lockPresent");
-    QTest::newRow("stale lock: reported once and removed") << true;
-    QTest::newRow("no lock: no report") << false;
-}
-
-void TestSettingsFile::staleLock()
-{
-    QFETCH(bool, lockPresent);
-    const EqualizerPaths paths = place("DebugLevel=0\n");
-    if (lockPresent) {
-        QFile lock(paths.settingsLock);
-        QVERIFY(lock.open(QIODevice::WriteOnly));
-        lock.write("4242\nequalizer\nhost\n");
-    }
-    QByteArray start;
+    void staleLock_data()
     {
-        StdoutCapture out;
-        Equalizer eq(nullptr, paths);
-        start = out.text();
+        QTest::addColumn<bool>("lockPresent");
+        QTest::newRow("stale lock: reported once and removed") << true;
+        QTest::newRow("no lock: no report") << false;
     }
-    QCOMPARE(start.count("Warn, Equalizer.conf.lcok exists, remove it\n"), lockPresent ? 1 : 0);
-    QVERIFY(!QFile::exists(paths.settingsLock));
-}
 
-void TestSettingsFile::startValues_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<bool>("demoMode");
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("minGain");
-    QTest::addColumn<int>("maxGain");
-
-    QTest::newRow("no file: defaults") << QByteArray() << false << 4 << -60 << 20;
-    static const char malformed[] = "\xff\xfe\x00[[[\n===\n\\\n[\n";
-    QTest::newRow("malformed file: defaults")
-        << QByteArray::fromRawData(malformed, sizeof malformed - 1) << false << 4 << -60 << 20;
-    QTest::newRow("bounds written by hand") << QByteArray("MinGain=-30\nMaxGain=12\n") << false << 4 << -30 << 12;
-    QTest::newRow("demo mode on") << QByteArray("DemoMode=true\n") << true << 4 << -60 << 20;
-    QTest::newRow("[General] holds the top-level keys")
-        << QByteArray("[General]\nDebugLevel=1\nMinGain=-10\n") << false << 1 << -10 << 20;
-    QTest::newRow("keys inside a group are not read")
-        << QByteArray("[Tuning]\nDemoMode=true\nDebugLevel=1\nMinGain=-10\nMaxGain=5\n") << false << 4 << -60 << 20;
-    QTest::newRow("names are case-sensitive")
-        << QByteArray("demomode=true\ndebuglevel=1\nmingain=-10\nmaxgain=5\n") << false << 4 << -60 << 20;
-    QTest::newRow("wrong types convert: text is true, non-numbers 0")
-        << QByteArray("DemoMode=maybe\nDebugLevel=abc\nMinGain=low\nMaxGain=1, 2\n") << true << 0 << 0 << 0;
-    QTest::newRow("wrong types convert: \"0\" and \"false\" are false")
-        << QByteArray("DemoMode=False\nDebugLevel=2.5\n") << false << 0 << -60 << 20;
-}
-
-void TestSettingsFile::startValues()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(bool, demoMode);
-    QFETCH(int, level);
-    QFETCH(int, minGain);
-    QFETCH(int, maxGain);
-
-    QByteArray start;
-    QScopedPointer<Equalizer> eq;
+    void staleLock()
     {
-        StdoutCapture out;
-        eq.reset(new Equalizer(nullptr, place(content)));
-        start = out.text();
+        QFETCH(bool, lockPresent);
+
+        Controller eq({{"DebugLevel", 0}}, false);
+        if (lockPresent) {
+            QFile lock(eq.paths.settingsLock);
+            QVERIFY(lock.open(QIODevice::WriteOnly) && lock.write("4242\nequalizer\nhost\n") > 0);
+        }
+        const QByteArray start = output([&] { eq.start(); });
+        QCOMPARE(start.count("Warn, Equalizer.conf.lcok exists, remove it\n"), lockPresent ? 1 : 0);
+        QVERIFY(!QFile::exists(eq.paths.settingsLock));
     }
-    QVERIFY(start.contains("debugLevel: " + QByteArray::number(level) + '\n'));
-    QCOMPARE(eq->property("DemoMode").toBool(), demoMode);
-    QCOMPARE(eq->property("minGain").toInt(), minGain);
-    QCOMPARE(eq->property("maxGain").toInt(), maxGain);
-}
 
-void TestSettingsFile::traceLevel_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QByteArray>("levelLines");
-    QTest::addColumn<bool>("fTraced"); // the minimize trace
-    QTest::addColumn<bool>("dTraced"); // the volume read's result; writes without the suffix
-
-    QTest::newRow("absent: 4, everything") << QByteArray()
-        << QByteArray("debugLevel: 4\nLOG level: e, f, i, d = 1, 1, 1, 1\n") << true << true;
-    QTest::newRow("0: nothing") << QByteArray("DebugLevel=0\n")
-        << QByteArray("debugLevel: 0\nLOG level: e, f, i, d = 0, 0, 0, 0\n") << false << false;
-    QTest::newRow("-3: nothing") << QByteArray("DebugLevel=-3\n")
-        << QByteArray("debugLevel: -3\nLOG level: e, f, i, d = 0, 0, 0, 0\n") << false << false;
-    QTest::newRow("2: e and f") << QByteArray("DebugLevel=2\n")
-        << QByteArray("debugLevel: 2\nLOG level: e, f, i, d = 1, 1, 0, 0\n") << true << false;
-    QTest::newRow("4: everything") << QByteArray("DebugLevel=4\n")
-        << QByteArray("debugLevel: 4\nLOG level: e, f, i, d = 1, 1, 1, 1\n") << true << true;
-    QTest::newRow("99: as 4") << QByteArray("DebugLevel=99\n")
-        << QByteArray("debugLevel: 99\nLOG level: e, f, i, d = 1, 1, 1, 1\n") << true << true;
-    QTest::newRow("no number: 0") << QByteArray("DebugLevel=loud\n")
-        << QByteArray("debugLevel: 0\nLOG level: e, f, i, d = 0, 0, 0, 0\n") << false << false;
-}
-
-void TestSettingsFile::traceLevel()
-{
-    QFETCH(QByteArray, content);
-    QFETCH(QByteArray, levelLines);
-    QFETCH(bool, fTraced);
-    QFETCH(bool, dTraced);
-
-    const EqualizerPaths paths = place(content);
-    QByteArray start;
-    QByteArray later;
+    // The start values of a file, and what its level lets through: the two level lines, the
+    // traces of one write of each kind, and (d flag) writes run without the redirection words.
+    void startValues_data()
     {
-        StdoutCapture out;
-        Equalizer eq(nullptr, paths);
-        start = out.text();
-        eq.minimize();
-        eq.getVolume();
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QString>("flags"); // e, f, i, d
+        QTest::addColumn<bool>("demoMode");
+        QTest::addColumn<int>("minGain");
+        QTest::addColumn<int>("maxGain");
+
+        static const char malformed[] = "\xff\xfe\x00[[[\n===\n\\\n[\n";
+        QTest::newRow("no file: defaults, level 4") << QByteArray() << 4 << "1, 1, 1, 1" << false << -60 << 20;
+        QTest::newRow("malformed file: defaults")
+                << QByteArray(malformed, sizeof malformed - 1) << 4 << "1, 1, 1, 1" << false << -60 << 20;
+        QTest::newRow("level 4 and values written by hand")
+                << QByteArray("DebugLevel=4\nDemoMode=true\nMinGain=-30\nMaxGain=12\n") << 4 << "1, 1, 1, 1" << true << -30 << 12;
+        QTest::newRow("level 0: no trace") << QByteArray("DebugLevel=0\n") << 0 << "0, 0, 0, 0" << false << -60 << 20;
+        QTest::newRow("level -3: as 0") << QByteArray("DebugLevel=-3\n") << -3 << "0, 0, 0, 0" << false << -60 << 20;
+        QTest::newRow("level 1: e") << QByteArray("DebugLevel=1\n") << 1 << "1, 0, 0, 0" << false << -60 << 20;
+        QTest::newRow("level 2: e and f") << QByteArray("DebugLevel=2\n") << 2 << "1, 1, 0, 0" << false << -60 << 20;
+        QTest::newRow("level 99: as 4") << QByteArray("DebugLevel=99\n") << 99 << "1, 1, 1, 1" << false << -60 << 20;
+        QTest::newRow("wrong types convert: text is true, no number is 0")
+                << QByteArray("DemoMode=maybe\nDebugLevel=loud\nMinGain=low\n") << 0 << "0, 0, 0, 0" << true << 0 << 20;
+        QTest::newRow("wrong types convert: \"False\" is false, 2.5 is no int")
+                << QByteArray("DemoMode=False\nDebugLevel=2.5\n") << 0 << "0, 0, 0, 0" << false << -60 << 20;
+    }
+
+    void startValues()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(int, level);
+        QFETCH(QString, flags);
+        QFETCH(bool, demoMode);
+        QFETCH(int, minGain);
+        QFETCH(int, maxGain);
+
+        Controller eq({}, false);
+        if (!content.isNull())
+            eq.writeFile(content);
+        const QByteArray start = output([&] { eq.start(); });
+        QCOMPARE(eq->property("DemoMode").toBool(), demoMode);
+        QCOMPARE(eq->property("minGain").toInt(), minGain);
+        QCOMPARE(eq->property("maxGain").toInt(), maxGain);
+        const QByteArray levelLines = QStringLiteral("debugLevel: %1\nLOG level: e, f, i, d = %2\n").arg(level).arg(flags).toUtf8();
+        QCOMPARE(start.count("debugLevel: "), 1);
+        QVERIFY2(start.contains(levelLines), start.constData());
+
         card->clearLogs();
-        eq.setVolume(50);
-        later = out.text().mid(start.size());
+        const L lines = traces([&] {
+            eq->minimize();
+            eq->changeGain(7, 5);
+            eq->changeMode(0);
+            eq->changeChanDelay(3, 50);
+            eq->changeDBEParams(5, 200);
+        });
+        const bool e = flags[0] == '1', f = flags[3] == '1', d = flags[9] == '1';
+        L sent{"amixer sset \"User PEQ Band7 Gain\" 65", "amixer sset \"User PEQ Switch Mode\" 0",
+               "amixer sset \"Music Chan3 Delay\" 50", "amixer sset \"Music DBE LP FC\" 200"};
+        L expected;
+        if (f)
+            expected << "minimize" << "changeGain(7, 5)";
+        if (d)
+            expected << "changeGain cmd: " + sent[0];
+        if (f)
+            expected << "updatePresetedId(-1)";
+        if (e)
+            expected << "changMode cmd: " + sent[1];
+        if (f)
+            expected << "changeChanDelay(3, 50)";
+        if (e)
+            expected << "changeChanDelay cmd: " + sent[2];
+        if (d)
+            expected << "changeDBEParams cmd: " + sent[3];
+        QCOMPARE(lines, expected);
+        if (!d)
+            for (QString &cmd : sent)
+                cmd = redirected(cmd);
+        QCOMPARE(card->commands(), sent);
     }
-    // The d flag also keeps a write's own output, by leaving off the redirection words.
-    const QString write = R"(amixer sset "Main Vol Master Gain" 50)";
-    QCOMPARE(card->commands(), QStringList{dTraced ? write : write + " < /dev/null 2>&1"});
-    QCOMPARE(start.count("debugLevel: "), 1);
-    QVERIFY2(start.contains(levelLines), start.constData());
-    QCOMPARE(later.contains("<Equalizer>minimize\n"), fTraced);
-    QCOMPARE(later.contains("<Equalizer>getVolume result: "), dTraced);
-}
+};
 
 QTEST_GUILESS_MAIN(TestSettingsFile)
 #include "tst_settingsfile.moc"
