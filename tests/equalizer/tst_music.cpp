@@ -5,11 +5,9 @@
 #include "support/controllerfixture.h"
 #include "support/virtualcard.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 #include <limits>
-#include <memory>
 
 using namespace ControllerFixture;
 using L = QStringList;
@@ -36,9 +34,9 @@ class TstMusic : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<VirtualCard> card;
-    std::unique_ptr<Controller> controller;
-    Equalizer *eq = nullptr;
+    VirtualCard card;
+    Controller controller;
+    Equalizer *eq = controller.get();
 
     Ints shown(const L &properties) const
     {
@@ -50,25 +48,13 @@ class TstMusic : public QObject
     Ints shownDelays() const { return shown({"chan1Delay", "chan2Delay", "chan3Delay", "chan4Delay"}); }
 
 private slots:
-    void initTestCase()
-    {
-        card = std::make_unique<VirtualCard>();
-        QVERIFY2(card->isValid(), qPrintable(card->errorString()));
-        controller = std::make_unique<Controller>();
-        eq = controller->get();
-    }
+    void initTestCase() { QVERIFY2(card.isValid(), qPrintable(card.errorString())); }
 
     void init()
     {
-        card->failReads({});
-        card->setPowerOnState();
-        card->clearLogs();
-    }
-
-    void cleanupTestCase()
-    {
-        controller.reset();
-        card.reset();
+        card.failReads({});
+        card.setPowerOnState();
+        card.clearLogs();
     }
 
     // Each row calls changeDBEParams twice with the same arguments.
@@ -92,14 +78,14 @@ private slots:
         QFETCH(L, sent);
         QFETCH(bool, first);
 
-        QSignalSpy changed(eq, &Equalizer::dbeParamsChanged);
+        SignalLog log(eq);
 
         QList<bool> results;
         const L lines = traces([&] { results << eq->changeDBEParams(type, value) << eq->changeDBEParams(type, value); });
 
         QCOMPARE(results, (QList<bool>{first, false}));
-        QCOMPARE(card->commands(), sent);
-        QCOMPARE(changed.count(), first ? 1 : 0);
+        QCOMPARE(card.commands(), sent);
+        QCOMPARE(log.take(), first ? L{"dbeParamsChanged()"} : L());
         if (type < 8)
             QCOMPARE(eq->property(qPrintable(dbeProperties[type])).toInt(), value);
         L expected;
@@ -135,16 +121,16 @@ private slots:
         Ints expected = shownDelays();
         if (ok)
             expected[chan - 1] = delay;
-        card->clearLogs();
-        QSignalSpy changed(eq, &Equalizer::chanDelaysChanged);
+        card.clearLogs();
+        SignalLog log(eq);
 
         QList<bool> results;
         const L lines = traces([&] { results << eq->changeChanDelay(chan, delay) << eq->changeChanDelay(chan, delay); });
 
         QCOMPARE(results, (QList<bool>{ok, ok}));
         const QString cmd = delayCmd(chan, delay);
-        QCOMPARE(card->commands(), sent ? (L{cmd, cmd}) : L());
-        QCOMPARE(changed.count(), ok ? 2 : 0);
+        QCOMPARE(card.commands(), sent ? (L{cmd, cmd}) : L());
+        QCOMPARE(log.take(), ok ? (L{"chanDelaysChanged()", "chanDelaysChanged()"}) : L());
         QCOMPARE(shownDelays(), expected);
         const QString entry = QStringLiteral("changeChanDelay(%1, %2)").arg(chan).arg(delay);
         const L once = sent ? L{entry, "changeChanDelay cmd: " + cmd} : L{entry};
@@ -171,18 +157,20 @@ private slots:
 
         for (int chan = 1; chan <= 4; ++chan)
             eq->changeChanDelay(chan, 10 * chan);
-        card->clearLogs();
-        QSignalSpy idChanged(eq, &Equalizer::sweetspotIdChanged);
+        card.clearLogs();
+        SignalLog log(eq);
 
         eq->setSweetspot(id);
 
-        L sent;
-        for (int chan = 1; chan <= delays.size(); ++chan)
+        L sent, signalled{"sweetspotIdChanged()"};
+        for (int chan = 1; chan <= delays.size(); ++chan) {
             sent << delayCmd(chan, delays[chan - 1]);
-        QCOMPARE(card->commands(), sent);
-        QCOMPARE(idChanged.count(), 1);
+            signalled << "chanDelaysChanged()";
+        }
+        QCOMPARE(card.commands(), sent);
+        QCOMPARE(log.take(), signalled);
         QCOMPARE(eq->property("sweetspotId").toInt(), id);
-        QCOMPARE(controller->stored("Sweetspot").toInt(), id);
+        QCOMPARE(controller.stored("Sweetspot").toInt(), id);
         QCOMPARE(shownDelays(), delays.isEmpty() ? (Ints{10, 20, 30, 40}) : delays);
     }
 
@@ -192,17 +180,15 @@ private slots:
     void readBack()
     {
         for (int chan = 1; chan <= 4; ++chan)
-            card->setValue(QStringLiteral("Music Chan%1 Delay").arg(chan), 11 * chan);
-        card->failReads({"Music DBE LP FC", "Music Chan2 Delay"});
-        QSignalSpy dbeChanged(eq, &Equalizer::dbeParamsChanged);
-        QSignalSpy delaysChanged(eq, &Equalizer::chanDelaysChanged);
+            card.setValue(QStringLiteral("Music Chan%1 Delay").arg(chan), 11 * chan);
+        card.failReads({"Music DBE LP FC", "Music Chan2 Delay"});
+        SignalLog log(eq);
 
         eq->setToProfiles(1);
 
         QCOMPARE(shown(dbeProperties), (Ints{1, 100, 60, 70, 85, -1, 50, 60}));
         QCOMPARE(shownDelays(), (Ints{11, -1, 33, 44}));
-        QCOMPARE(dbeChanged.count(), 1);
-        QCOMPARE(delaysChanged.count(), 1);
+        QCOMPARE(log.take().filter(QRegularExpression("^(dbeParams|chanDelays)")), (L{"dbeParamsChanged()", "chanDelaysChanged()"}));
     }
 };
 

@@ -4,10 +4,7 @@
 #include "support/controllerfixture.h"
 #include "support/virtualcard.h"
 
-#include <QSignalSpy>
 #include <QtTest>
-
-#include <memory>
 
 using namespace ControllerFixture;
 using L = QStringList;
@@ -18,47 +15,34 @@ const QString chan1 = QStringLiteral("amixer sset \"Music Chan1 Delay\" 100");
 const QString chan3 = QStringLiteral("amixer sset \"Music Chan3 Delay\" 400");
 const QString twoMicOn = QStringLiteral("amixer sset \"Voicecall CVC 2Mic\" on");
 
-QVariantHash recording(const L &cmds)
-{
-    QVariantHash hash;
-    for (const QString &cmd : cmds)
-        hash.insert(cmd.left(cmd.lastIndexOf(' ')), cmd);
-    return hash;
-}
-
 } // namespace
 
 class TstProfiles : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<VirtualCard> card;
-    std::unique_ptr<Controller> controller;
+    VirtualCard card;
+    // Serves every row of setToProfiles.
+    Controller controller{{{"ProfileId", 1},
+                           {"User Profile", recording({chan1, twoMicOn})},
+                           {"Velto Profile", recording({"amixer sset \"Music Chan2 Delay\" 300"})},
+                           {"Default Profile", recording({chan3})}}};
+    Equalizer *eq = controller.get();
 
 private slots:
-    void initTestCase()
-    {
-        card = std::make_unique<VirtualCard>();
-        QVERIFY2(card->isValid(), qPrintable(card->errorString()));
-    }
-
-    void cleanupTestCase()
-    {
-        controller.reset();
-        card.reset();
-    }
+    void initTestCase() { QVERIFY2(card.isValid(), qPrintable(card.errorString())); }
 
     // The recording of this run replaces the stored entry whole; the chosen profile stays.
     void saveToProfiles()
     {
-        Controller eq({{"Default Profile", recording({chan3})}});
-        QVERIFY(eq->setVolume(40));
-        QVERIFY(eq->changeTwoMicMode(true));
-        QVERIFY(eq->changeTwoMicMode(false));
-        eq->saveToProfiles(2);
-        QCOMPARE(eq.stored("Default Profile").toHash(),
+        Controller fresh({{"Default Profile", recording({chan3})}});
+        QVERIFY(fresh->setVolume(40));
+        QVERIFY(fresh->changeTwoMicMode(true));
+        QVERIFY(fresh->changeTwoMicMode(false));
+        fresh->saveToProfiles(2);
+        QCOMPARE(fresh.stored("Default Profile").toHash(),
                  recording({"amixer sset \"Main Vol Master Gain\" 40", "amixer sset \"Voicecall CVC 2Mic\" off"}));
-        QCOMPARE(eq.stored("ProfileId").toInt(), 2);
+        QCOMPARE(fresh.stored("ProfileId").toInt(), 2);
     }
 
     void setToProfiles_data()
@@ -95,14 +79,6 @@ private slots:
         QFETCH(int, result);
         QFETCH(int, volume);
 
-        // One controller serves every row.
-        if (!controller)
-            controller = std::make_unique<Controller>(QVariantMap{
-                    {"ProfileId", 1},
-                    {"User Profile", recording({chan1, twoMicOn})},
-                    {"Velto Profile", recording({"amixer sset \"Music Chan2 Delay\" 300"})},
-                    {"Default Profile", recording({chan3})}});
-        Equalizer *eq = controller->get();
         QTemporaryDir scripts;
         const QByteArray path = qgetenv("PATH");
         if (!standIn.isEmpty()) {
@@ -112,23 +88,23 @@ private slots:
             qputenv("PATH", QFile::encodeName(scripts.path()) + ':' + path);
         }
         // Values the replay and the script change, so that the card can refuse them.
-        card->setValue("Music Chan1 Delay", 0);
-        card->setValue("Voicecall CVC 2Mic", 0);
-        card->setValue("Main Vol Master Gain", 10);
-        card->failWrites(refused);
-        card->clearLogs();
+        card.setValue("Music Chan1 Delay", 0);
+        card.setValue("Voicecall CVC 2Mic", 0);
+        card.setValue("Main Vol Master Gain", 10);
+        card.failWrites(refused);
+        card.clearLogs();
 
         // The id is stored and announced before the script runs.
         L announced;
         QObject row;
         connect(eq, &Equalizer::activatedProfileIdChanged, &row, [&] {
             announced << QStringLiteral("%1 stored, %2 commands run")
-                    .arg(controller->stored("ProfileId").toInt()).arg(card->commands().size());
+                    .arg(controller.stored("ProfileId").toInt()).arg(card.commands().size());
         });
-        QSignalSpy volumeSpy(eq, &Equalizer::volumeChanged);
+        SignalLog log(eq);
         const L lines = traces([&] { eq->setToProfiles(id); });
         qputenv("PATH", path);
-        card->failWrites({});
+        card.failWrites({});
 
         QCOMPARE(announced, L{QStringLiteral("%1 stored, 0 commands run").arg(id)});
         QCOMPARE(eq->property("activatedProfileId").toInt(), id);
@@ -138,7 +114,7 @@ private slots:
 
         // The script's own amixer runs come first, then the replay (in the stored hash's order),
         // then the read-back.
-        L cmds = card->commands();
+        L cmds = card.commands();
         QCOMPARE(cmds.mid(cmds.size() - 29), profileReadBack());
         cmds = cmds.mid(0, cmds.size() - 29);
         L replay = cmds.mid(cmds.size() - replayed.size());
@@ -147,10 +123,10 @@ private slots:
         QCOMPARE(replay, replayed);
         for (const QString &cmd : cmds.mid(0, cmds.size() - replayed.size()))
             QVERIFY2(cmd.startsWith("amixer -q sset "), qPrintable(cmd));
-        QCOMPARE(card->value("Music Chan2 Delay"), 0);
-        QCOMPARE(card->value("Music Chan3 Delay"), 0);
+        QCOMPARE(card.value("Music Chan2 Delay"), 0);
+        QCOMPARE(card.value("Music Chan3 Delay"), 0);
         QCOMPARE(eq->property("Volume").toInt(), volume);
-        QCOMPARE(volumeSpy.count(), 1);
+        QCOMPARE(log.take().last(), "volumeChanged()");
     }
 };
 

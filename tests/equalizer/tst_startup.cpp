@@ -50,17 +50,17 @@ private slots:
             restored << bandGain(band, 60);
         restored << delay(1, 203) << delay(2, 272) << delay(3, 91) << delay(4, 203);
         const L replayed{bandGain(1, 70), delay(2, 500)};
-        QVariantHash user;
-        for (const QString &cmd : replayed)
-            user.insert(cmd.left(cmd.lastIndexOf(' ')), cmd);
         QTest::newRow("warm: preset 0, sweet spot 3, User Profile replayed over the script")
-                << M{{"PresetedId", 0}, {"Bass", bass}, {"Sweetspot", 3}, {"ProfileId", 0}, {"User Profile", user}}
+                << M{{"PresetedId", 0}, {"Bass", bass}, {"Sweetspot", 3}, {"ProfileId", 0}, {"User Profile", recording(replayed)}}
                 << restored << replayed
                 << M{{"activatedPresetId", 0}, {"sweetspotId", 3}, {"activatedProfileId", 0}, {"gain1", 10}, {"gain2", 0},
                      {"chan1Delay", 203}, {"chan2Delay", 500}}
                 << M{{"PresetedId", 0}, {"Sweetspot", 3}, {"ProfileId", 0}};
     }
 
+    // What a start costs: 1 volume read + 50 band frequencies (5 PEQs x 10 bands) + the preset's and
+    // sweet spot's writes + 74 runs of SetAlsaDefault.sh (5 PEQs x 13 controls, 8 DBE, 1 volume) + the
+    // replay + 29 read-back = 154 amixer runs for a cold start.
     void restore()
     {
         QFETCH(M, settings);
@@ -92,6 +92,8 @@ private slots:
         replayed.sort();
         QCOMPARE(replay, replayed);
         QCOMPARE(cmds.mid(head.size() + 74 + replayed.size()), profileReadBack());
+        if (settings.isEmpty())
+            QCOMPARE(cmds.size(), 154);
         const int profile = stored["ProfileId"].toInt();
         QCOMPARE(lines.filter("Profile"),
                  (L{QStringLiteral("setToProfiles(id=%1)").arg(profile), QStringLiteral("updateProfileId(%1)").arg(profile),
@@ -100,17 +102,6 @@ private slots:
             QCOMPARE(eq->property(qPrintable(it.key())), it.value());
         for (auto it = stored.cbegin(); it != stored.cend(); ++it)
             QCOMPARE(eq.stored(it.key()).toInt(), it.value().toInt());
-    }
-
-    // 1 volume read + 50 band frequencies (5 PEQs x 10 bands) + 74 runs of SetAlsaDefault.sh
-    // (5 PEQs x 13 controls, 8 DBE, 1 volume) + 29 read-back (1 switch mode, 8 DBE, 1 core type,
-    // 11 gains, 4 delays, 2 CVC modes, 1 two-mic switch, 1 volume) = 154 amixer runs.
-    void coldStartCost()
-    {
-        VirtualCard card;
-        QVERIFY2(card.isValid(), qPrintable(card.errorString()));
-        Controller eq;
-        QCOMPARE(card.commands().size(), 1 + 50 + 74 + 29);
     }
 };
 

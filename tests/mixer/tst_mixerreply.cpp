@@ -3,20 +3,9 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
-// The slicing rules of amixer replies, on recorded, edge and random replies.
-class TestMixerReply : public QObject
-{
-    Q_OBJECT
+namespace {
 
-private slots:
-    void integerAndVolume_data();
-    void integerAndVolume();
-    void bracketText_data();
-    void bracketText();
-    void randomBytes();
-};
-
-static const QByteArray bandGainReply =
+const QByteArray bandGainReply =
     "Simple mixer control 'User PEQ Band3 Gain',0\n"
     "  Capabilities: volume volume-joined\n"
     "  Playback channels: Mono\n"
@@ -24,85 +13,90 @@ static const QByteArray bandGainReply =
     "  Limits: 0 - 80\n"
     "  Mono: 66 [83%]\n";
 
-void TestMixerReply::integerAndVolume_data()
+} // namespace
+
+// The slicing rules of amixer replies, on recorded, edge and random replies.
+class TestMixerReply : public QObject
 {
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<int>("integer"); // the integer reads: up to the last "["
-    QTest::addColumn<int>("volume");  // the volume read: up to the first "["
+    Q_OBJECT
 
-    QTest::newRow("whole reply of a band gain") << bandGainReply << 66 << 66;
-    QTest::newRow("Mono: 40 [50%]") << QByteArray("Mono: 40 [50%]") << 40 << 40;
-    QTest::newRow("Mono: 0 [0%]: 0, like a reply that is no number") << QByteArray("Mono: 0 [0%]") << 0 << 0;
-    QTest::newRow("dB bracket behind the percentage: 0 for integers, 40 for the volume")
-        << QByteArray("  Mono: 40 [50%] [-20.00dB]\n") << 0 << 40;
-    QTest::newRow("no blank before the bracket: the last digit is cut")
-        << QByteArray("Mono: 123[5%]") << 12 << 12;
-    QTest::newRow("no Mono:, a number at position 5") << QByteArray("abcd 12 [5%]") << 12 << 12;
-    QTest::newRow("no [: a negative length takes the rest") << QByteArray("Mono: 40\n") << 40 << 40;
-    QTest::newRow("[ before Mono:: a negative length takes the rest")
-        << QByteArray("[x] Mono: 7") << 7 << 7;
-    QTest::newRow("no Mono: and no [") << QByteArray("amixer: Unable to find simple control") << 0 << 0;
-    QTest::newRow("empty reply") << QByteArray() << 0 << 0;
-    QTest::newRow("number too big for an int") << QByteArray("Mono: 99999999999 [1%]") << 0 << 0;
-}
+private slots:
+    void integerAndVolume_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<int>("integer"); // the integer reads: up to the last "["
+        QTest::addColumn<int>("volume");  // the volume read: up to the first "["
 
-void TestMixerReply::integerAndVolume()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(int, integer);
-    QFETCH(int, volume);
-    QCOMPARE(MixerReply::integerValue(reply).value, integer);
-    QCOMPARE(MixerReply::volumeValue(reply).value, volume);
-}
+        QTest::newRow("whole reply of a band gain") << bandGainReply << 66 << 66;
+        QTest::newRow("Mono: 40 [50%]") << QByteArray("Mono: 40 [50%]") << 40 << 40;
+        QTest::newRow("Mono: 0 [0%]: 0, like a reply that is no number") << QByteArray("Mono: 0 [0%]") << 0 << 0;
+        QTest::newRow("dB bracket behind the percentage: 0 for integers, 40 for the volume")
+            << QByteArray("  Mono: 40 [50%] [-20.00dB]\n") << 0 << 40;
+        QTest::newRow("no blank before the bracket: the last digit is cut")
+            << QByteArray("Mono: 123[5%]") << 12 << 12;
+        QTest::newRow("no [: a negative length takes the rest") << QByteArray("Mono: 40\n") << 40 << 40;
+        QTest::newRow("no Mono: and no [") << QByteArray("amixer: Unable to find simple control") << 0 << 0;
+        QTest::newRow("empty reply") << QByteArray() << 0 << 0;
+        QTest::newRow("number too big for an int") << QByteArray("Mono: 99999999999 [1%]") << 0 << 0;
+    }
 
-void TestMixerReply::bracketText_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QByteArray>("text");
+    void integerAndVolume()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(int, integer);
+        QFETCH(int, volume);
+        QCOMPARE(MixerReply::integerValue(reply).value, integer);
+        QCOMPARE(MixerReply::volumeValue(reply).value, volume);
+    }
 
-    QTest::newRow("switch on") << QByteArray("  Mono: [on]\n") << QByteArray("on");
-    QTest::newRow("two brackets: first [ to last ]")
-        << QByteArray("Mono: 40 [50%] [-20.00dB]") << QByteArray("50%] [-20.00dB");
-    QTest::newRow("empty brackets") << QByteArray("Mono: []") << QByteArray();
-    QTest::newRow("no brackets: the whole reply") << QByteArray("Mono: on") << QByteArray("Mono: on");
-    QTest::newRow("no ]: the rest behind [") << QByteArray("x [on") << QByteArray("on");
-    QTest::newRow("empty reply") << QByteArray() << QByteArray();
-}
+    void bracketText_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<QByteArray>("text");
 
-void TestMixerReply::bracketText()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(QByteArray, text);
-    QCOMPARE(MixerReply::bracketText(reply).text, text);
-}
+        QTest::newRow("switch on") << QByteArray("  Mono: Playback [on]\n") << QByteArray("on");
+        QTest::newRow("two brackets: first [ to last ]")
+            << QByteArray("Mono: 40 [50%] [-20.00dB]") << QByteArray("50%] [-20.00dB");
+        QTest::newRow("empty brackets") << QByteArray("Mono: []") << QByteArray();
+        QTest::newRow("no brackets: the whole reply") << QByteArray("Mono: on") << QByteArray("Mono: on");
+        QTest::newRow("empty reply") << QByteArray() << QByteArray();
+    }
 
-// Random replies, built mostly from the bytes the rules look for so that every branch of the
-// arithmetic is taken. Set EQ_REPLY_SEED to replay a failing run.
-void TestMixerReply::randomBytes()
-{
-    bool fixed = false;
-    const quint32 seed = qEnvironmentVariableIntValue("EQ_REPLY_SEED", &fixed);
-    const quint32 used = fixed ? seed : QRandomGenerator::global()->generate();
-    qInfo("seed %u", used);
-    QRandomGenerator random(used);
+    void bracketText()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(QByteArray, text);
+        QCOMPARE(MixerReply::bracketText(reply).text, text);
+    }
 
-    const QByteArray pieces[] = {"Mono:", "Mono: ", "[", "]", " ", "40", "-", "%", "\n", QByteArray(1, '\0')};
-    for (int round = 0; round < 5000; ++round) {
-        QByteArray reply;
-        const int parts = random.bounded(12);
-        for (int i = 0; i < parts; ++i) {
-            if (random.bounded(3) == 0)
-                reply += char(random.bounded(256));
-            else
-                reply += pieces[random.bounded(int(std::size(pieces)))];
-        }
-        for (const MixerReply::Slice &slice : {MixerReply::integerValue(reply), MixerReply::volumeValue(reply),
-                                               MixerReply::bracketText(reply)}) {
-            if (!reply.contains(slice.text))
-                QFAIL(qPrintable(QStringLiteral("slice outside the reply %1").arg(QString::fromLatin1(reply.toHex()))));
+    // Random replies, built mostly from the bytes the rules look for so that every branch of the
+    // arithmetic is taken. Set EQ_REPLY_SEED to replay a failing run.
+    void randomBytes()
+    {
+        bool fixed = false;
+        const quint32 seed = qEnvironmentVariableIntValue("EQ_REPLY_SEED", &fixed);
+        const quint32 used = fixed ? seed : QRandomGenerator::global()->generate();
+        qInfo("seed %u", used);
+        QRandomGenerator random(used);
+
+        const QByteArray pieces[] = {"Mono:", "Mono: ", "[", "]", " ", "40", "-", "%", "\n", QByteArray(1, '\0')};
+        for (int round = 0; round < 5000; ++round) {
+            QByteArray reply;
+            const int parts = random.bounded(12);
+            for (int i = 0; i < parts; ++i) {
+                if (random.bounded(3) == 0)
+                    reply += char(random.bounded(256));
+                else
+                    reply += pieces[random.bounded(int(std::size(pieces)))];
+            }
+            for (const MixerReply::Slice &slice : {MixerReply::integerValue(reply), MixerReply::volumeValue(reply),
+                                                   MixerReply::bracketText(reply)}) {
+                if (!reply.contains(slice.text))
+                    QFAIL(qPrintable(QStringLiteral("slice outside the reply %1").arg(QString::fromLatin1(reply.toHex()))));
+            }
         }
     }
-}
+};
 
 QTEST_APPLESS_MAIN(TestMixerReply)
 #include "tst_mixerreply.moc"

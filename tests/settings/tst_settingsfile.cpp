@@ -59,24 +59,15 @@ private slots:
         QCOMPARE(eq.storedAll(), stored);
     }
 
-    void staleLock_data()
-    {
-        QTest::addColumn<bool>("lockPresent");
-        QTest::newRow("stale lock: reported once and removed") << true;
-        QTest::newRow("no lock: no report") << false;
-    }
-
+    // A lock left behind by an earlier run is reported once and removed; startValues() shows that
+    // no lock means no report.
     void staleLock()
     {
-        QFETCH(bool, lockPresent);
-
         Controller eq({{"DebugLevel", 0}}, false);
-        if (lockPresent) {
-            QFile lock(eq.paths.settingsLock);
-            QVERIFY(lock.open(QIODevice::WriteOnly) && lock.write("4242\nequalizer\nhost\n") > 0);
-        }
-        const QByteArray start = output([&] { eq.start(); });
-        QCOMPARE(start.count("Warn, Equalizer.conf.lcok exists, remove it\n"), lockPresent ? 1 : 0);
+        QFile lock(eq.paths.settingsLock);
+        QVERIFY(lock.open(QIODevice::WriteOnly) && lock.write("4242\nequalizer\nhost\n") > 0);
+        lock.close();
+        QCOMPARE(output([&] { eq.start(); }).count("Warn, Equalizer.conf.lcok exists, remove it\n"), 1);
         QVERIFY(!QFile::exists(eq.paths.settingsLock));
     }
 
@@ -104,8 +95,6 @@ private slots:
         QTest::newRow("level 99: as 4") << QByteArray("DebugLevel=99\n") << 99 << "1, 1, 1, 1" << false << -60 << 20;
         QTest::newRow("wrong types convert: text is true, no number is 0")
                 << QByteArray("DemoMode=maybe\nDebugLevel=loud\nMinGain=low\n") << 0 << "0, 0, 0, 0" << true << 0 << 20;
-        QTest::newRow("wrong types convert: \"False\" is false, 2.5 is no int")
-                << QByteArray("DemoMode=False\nDebugLevel=2.5\n") << 0 << "0, 0, 0, 0" << false << -60 << 20;
     }
 
     void startValues()
@@ -126,6 +115,7 @@ private slots:
         QCOMPARE(eq->property("maxGain").toInt(), maxGain);
         const QByteArray levelLines = QStringLiteral("debugLevel: %1\nLOG level: e, f, i, d = %2\n").arg(level).arg(flags).toUtf8();
         QCOMPARE(start.count("debugLevel: "), 1);
+        QVERIFY(!start.contains("lcok"));
         QVERIFY2(start.contains(levelLines), start.constData());
 
         card->clearLogs();

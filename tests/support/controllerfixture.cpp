@@ -3,8 +3,12 @@
 #include "support/stdoutcapture.h"
 
 #include <QFile>
+#include <QMetaMethod>
+#include <QMetaProperty>
 #include <QSettings>
 #include <QThread>
+
+#include <utility>
 
 namespace ControllerFixture {
 
@@ -66,6 +70,69 @@ QStringList profileReadBack()
                  << QStringLiteral("amixer sget \"Voicecall CVC Recv Mode\"")
                  << QStringLiteral("amixer sget \"Voicecall CVC 2Mic\"")
                  << QStringLiteral("amixer sget \"Main Vol Master Gain\"");
+}
+
+QVariantHash recording(const QStringList &cmds)
+{
+    QVariantHash entry;
+    for (const QString &cmd : cmds)
+        entry.insert(cmd.left(cmd.lastIndexOf(QLatin1Char(' '))), cmd);
+    return entry;
+}
+
+QList<int> shownGains(const Equalizer &equalizer)
+{
+    QList<int> gains{equalizer.masterGainValue()};
+    for (int band = 1; band <= 10; ++band)
+        gains << equalizer.property(qPrintable(QStringLiteral("gain%1").arg(band))).toInt();
+    return gains;
+}
+
+void loadGains(VirtualCard &card, Equalizer &equalizer, const QList<int> &gains)
+{
+    card.setValue(QStringLiteral("User PEQ Master Gain"), gains.value(0) + 60);
+    for (int band = 1; band <= 10; ++band)
+        card.setValue(QStringLiteral("User PEQ Band%1 Gain").arg(band), gains.value(band) + 60);
+    equalizer.changePeq(0);
+    card.clearLogs();
+}
+
+QVariantMap properties(const QObject &object)
+{
+    const QMetaObject *meta = object.metaObject();
+    QVariantMap values;
+    for (int i = QObject::staticMetaObject.propertyCount(); i < meta->propertyCount(); ++i)
+        values.insert(QString::fromLatin1(meta->property(i).name()), meta->property(i).read(&object));
+    return values;
+}
+
+// Each signal of the sender's class is connected to a method index past QObject's own; the call
+// arrives in qt_metacall, as QSignalSpy receives its one signal.
+SignalLog::SignalLog(QObject *sender)
+    : sender(sender)
+{
+    const int first = QObject::staticMetaObject.methodCount();
+    for (int i = first; i < sender->metaObject()->methodCount(); ++i)
+        if (sender->metaObject()->method(i).methodType() == QMetaMethod::Signal)
+            QMetaObject::connect(sender, i, this, first + i, Qt::DirectConnection);
+}
+
+QStringList SignalLog::take()
+{
+    return std::exchange(log, QStringList());
+}
+
+int SignalLog::qt_metacall(QMetaObject::Call call, int id, void **args)
+{
+    id = QObject::qt_metacall(call, id, args);
+    if (id < 0 || call != QMetaObject::InvokeMetaMethod)
+        return id;
+    const QMetaMethod signal = sender->metaObject()->method(id);
+    QStringList values;
+    for (int i = 0; i < signal.parameterCount(); ++i)
+        values << QVariant(signal.parameterType(i), args[i + 1]).toString();
+    log << QString::fromLatin1(signal.name()) + QLatin1Char('(') + values.join(QStringLiteral(", ")) + QLatin1Char(')');
+    return -1;
 }
 
 Controller::Controller(const QVariantMap &settings, bool start)

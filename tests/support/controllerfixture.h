@@ -18,11 +18,19 @@
 // stored() reads the file back with a store of its own, after the running controller's store has
 // been written out.
 //
+// SignalLog lists every signal of the controller's own class, in the order emitted, as
+// "name(arguments)": "currentModeIdxChanged(2)", "gainChanged()", "currentCvcModeChanged(true)".
+//
+// loadGains() and shownGains() put gains on the card's PEQ "User" and read what the controller shows;
+// recording() is a user-profile entry as the controller stores it; Write is a table column that
+// calls one writer of the controller.
+//
 // traces() keeps only the controller's own lines ("<Equalizer>" and the message; the tag is
 // removed): the worker threads tag theirs differently. Both capture helpers close the capture
 // before they return, so that a failing comparison is reported where it can be seen.
 
 #include "equalizer/equalizer.h"
+#include "support/virtualcard.h"
 
 #include <QStringList>
 #include <QTemporaryDir>
@@ -32,6 +40,8 @@
 #include <memory>
 
 namespace ControllerFixture {
+
+using Write = std::function<bool(Equalizer &)>;
 
 EqualizerPaths paths(const QTemporaryDir &dir);
 
@@ -50,6 +60,30 @@ QString redirected(const QString &cmd);
 
 // The 29 reads that end every profile application, in their order (PEQ "User").
 QStringList profileReadBack();
+
+// The user-profile entry of these commands: each under the command up to its last blank.
+QVariantHash recording(const QStringList &cmds);
+
+// Master and band gains in dB, in that order (11 values).
+QList<int> shownGains(const Equalizer &equalizer);
+// Puts them on PEQ "User" of the card, lets the controller read them back, then clears the logs.
+void loadGains(VirtualCard &card, Equalizer &equalizer, const QList<int> &gains);
+
+// The values of the object's own properties.
+QVariantMap properties(const QObject &object);
+
+class SignalLog : public QObject
+{
+public:
+    explicit SignalLog(QObject *sender);
+    // The signals since construction or the last take().
+    QStringList take();
+    int qt_metacall(QMetaObject::Call call, int id, void **args) override;
+
+private:
+    QObject *sender;
+    QStringList log;
+};
 
 class Controller
 {
@@ -84,3 +118,5 @@ private:
 };
 
 } // namespace ControllerFixture
+
+Q_DECLARE_METATYPE(ControllerFixture::Write)
