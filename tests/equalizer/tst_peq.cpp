@@ -79,24 +79,15 @@ private slots:
         if (!sent.isEmpty())
             expected[band] = gain;
 
-        bool result = !ok;
-        const L lines = traces([&] { result = eq->changeGain(band, gain); });
-
-        QCOMPARE(result, ok);
+        QCOMPARE(eq->changeGain(band, gain), ok);
         QCOMPARE(card.commands(), sent.isEmpty() ? L() : L{sent});
         QCOMPARE(card.journal().size(), sent.isEmpty() ? 0 : 1);
         QCOMPARE(shownGains(*eq), expected);
         QCOMPARE(controller.stored("PresetedId").toInt(), preset);
         L signalled = preset == -1 ? L{"activatedPresetIdChanged()"} : L();
-        L expectedLines{QStringLiteral("changeGain(%1, %2)").arg(band).arg(gain)};
-        if (!sent.isEmpty()) {
+        if (!sent.isEmpty())
             signalled << "gainChanged()";
-            expectedLines << "changeGain cmd: " + sent;
-        }
-        if (preset == -1)
-            expectedLines << "updatePresetedId(-1)";
         QCOMPARE(log.take(), signalled);
-        QCOMPARE(lines, expectedLines);
     }
 
     // Called twice with the same value: the second call is sent too, although nothing changes.

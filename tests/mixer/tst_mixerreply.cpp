@@ -32,9 +32,6 @@ private slots:
         QTest::newRow("Mono: 0 [0%]: 0, like a reply that is no number") << QByteArray("Mono: 0 [0%]") << 0 << 0;
         QTest::newRow("dB bracket behind the percentage: 0 for integers, 40 for the volume")
             << QByteArray("  Mono: 40 [50%] [-20.00dB]\n") << 0 << 40;
-        QTest::newRow("no blank before the bracket: the last digit is cut")
-            << QByteArray("Mono: 123[5%]") << 12 << 12;
-        QTest::newRow("no [: a negative length takes the rest") << QByteArray("Mono: 40\n") << 40 << 40;
         QTest::newRow("no Mono: and no [") << QByteArray("amixer: Unable to find simple control") << 0 << 0;
         QTest::newRow("empty reply") << QByteArray() << 0 << 0;
         QTest::newRow("number too big for an int") << QByteArray("Mono: 99999999999 [1%]") << 0 << 0;

@@ -79,52 +79,24 @@ private slots:
         QCOMPARE(traceLines(out).filter("changMode cmd: "), logD ? (L{"changMode cmd: " + band3, "changMode cmd: " + twoMic}) : L());
     }
 
-    // A line with no word runs nothing and fails, whatever the previous run on the process gave.
-    void emptyLine()
-    {
-        QProcess process;
-        QCOMPARE(MixerRunner::get(process, "amixer sget \"Main Vol Master Gain\"", false), 80);
-        card.clearLogs();
-        QString line;
-        QVERIFY(!MixerRunner::set(process, line, false));
-        QCOMPARE(MixerRunner::get(process, QString(), false), -1);
-        QCOMPARE(MixerRunner::getString(process, QString(), false), QString());
-        QCOMPARE(card.commands(), L());
-    }
-
-    void volume_data()
-    {
-        QTest::addColumn<int>("held");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<L>("journal");
-
-        QTest::newRow("new value") << 40 << 50 << L{"Main Vol Master Gain=50"};
-        QTest::newRow("value already held: run and signalled again") << 50 << 50 << L();
-        QTest::newRow("not clamped: the card limits it") << 40 << 500 << L{"Main Vol Master Gain=127"};
-    }
-
-    // setVolume() twice with the same value, then getVolume() of what the card holds. Recorded
-    // without the redirection words.
+    // The same volume twice: both are sent and announced, though the second finds the value held.
+    // The controller does not clamp; the card does. Recorded without the redirection words.
     void volume()
     {
-        QFETCH(int, held);
-        QFETCH(int, value);
-        QFETCH(L, journal);
-
         Controller eq(0);
         QCOMPARE(eq->property("Volume").toInt(), 80);
-        card.setValue("Main Vol Master Gain", held);
+        card.setValue("Main Vol Master Gain", 40);
         card.clearLogs();
         SignalLog log(eq.get());
 
-        QVERIFY(eq->setVolume(value));
-        QVERIFY(eq->setVolume(value));
+        QVERIFY(eq->setVolume(500));
+        QVERIFY(eq->setVolume(500));
         QCOMPARE(log.take(), (L{"volumeChanged()", "volumeChanged()"}));
-        QCOMPARE(eq->property("Volume").toInt(), value);
-        QCOMPARE(eq->getVolume(), card.value("Main Vol Master Gain"));
-        const QString cmd = QStringLiteral("amixer sset \"Main Vol Master Gain\" %1").arg(value);
+        QCOMPARE(eq->property("Volume").toInt(), 500);
+        QCOMPARE(eq->getVolume(), 127);
+        const QString cmd = "amixer sset \"Main Vol Master Gain\" 500";
         QCOMPARE(card.commands(), (L{redirected(cmd), redirected(cmd), "amixer sget \"Main Vol Master Gain\""}));
-        QCOMPARE(card.journal(), journal);
+        QCOMPARE(card.journal(), L{"Main Vol Master Gain=127"});
         eq->saveToProfiles(0);
         QCOMPARE(eq.stored("User Profile").toHash(), (QVariantHash{{"amixer sset \"Main Vol Master Gain\"", cmd}}));
     }

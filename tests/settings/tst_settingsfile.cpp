@@ -3,41 +3,32 @@
 
 #include <QtTest>
 
-#include <memory>
-
 using namespace ControllerFixture;
 using L = QStringList;
 
 // The settings file as the controller leaves it, and the start values and trace level it yields.
-// Each case writes the file by hand and runs a controller on it, on a virtual card of its own.
+// Each case writes the file by hand and runs a controller on it, on a card at its power-on values.
 class TestSettingsFile : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<VirtualCard> card;
+    VirtualCard card;
 
 private slots:
-    void init()
-    {
-        card.reset();
-        card = std::make_unique<VirtualCard>();
-        QVERIFY2(card->isValid(), qPrintable(card->errorString()));
-    }
+    void initTestCase() { QVERIFY2(card.isValid(), qPrintable(card.errorString())); }
+    void init() { card.setPowerOnState(); }
 
     void storedKeys_data()
     {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QVariantMap>("stored");
 
-        const QVariantMap ids{{"PresetedId", "-1"}, {"Sweetspot", "-1"}, {"ProfileId", "2"}};
-        QTest::newRow("no file: only the three ids") << QByteArray() << ids;
-        QVariantMap tunables = ids;
-        tunables.insert({{"DemoMode", "true"}, {"DebugLevel", "0"}, {"MinGain", "-30"}, {"MaxGain", "10"}});
-        QTest::newRow("tunables written by hand stay as they are")
-                << QByteArray("DemoMode=true\nDebugLevel=0\nMinGain=-30\nMaxGain=10\n") << tunables;
-        QTest::newRow("ids out of range are stored again as they are (empty profile script)")
-                << QByteArray("PresetedId=7\nSweetspot=9\nProfileId=5\n")
-                << QVariantMap{{"PresetedId", "7"}, {"Sweetspot", "9"}, {"ProfileId", "5"}};
+        QTest::newRow("no file: only the three ids")
+                << QByteArray() << QVariantMap{{"PresetedId", "-1"}, {"Sweetspot", "-1"}, {"ProfileId", "2"}};
+        QTest::newRow("keys written by hand stay as they are, ids out of range too (empty profile script)")
+                << QByteArray("DemoMode=true\nDebugLevel=0\nMinGain=-30\nMaxGain=10\nPresetedId=7\nSweetspot=9\nProfileId=5\n")
+                << QVariantMap{{"DemoMode", "true"}, {"DebugLevel", "0"}, {"MinGain", "-30"}, {"MaxGain", "10"},
+                               {"PresetedId", "7"}, {"Sweetspot", "9"}, {"ProfileId", "5"}};
     }
 
     void storedKeys()
@@ -118,7 +109,7 @@ private slots:
         QVERIFY(!start.contains("lcok"));
         QVERIFY2(start.contains(levelLines), start.constData());
 
-        card->clearLogs();
+        card.clearLogs();
         const L lines = traces([&] {
             eq->minimize();
             eq->changeGain(7, 5);
@@ -148,7 +139,7 @@ private slots:
         if (!d)
             for (QString &cmd : sent)
                 cmd = redirected(cmd);
-        QCOMPARE(card->commands(), sent);
+        QCOMPARE(card.commands(), sent);
     }
 };
 

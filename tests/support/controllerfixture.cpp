@@ -82,7 +82,7 @@ QVariantHash recording(const QStringList &cmds)
 
 QList<int> shownGains(const Equalizer &equalizer)
 {
-    QList<int> gains{equalizer.masterGainValue()};
+    QList<int> gains{equalizer.property("masterGain").toInt()};
     for (int band = 1; band <= 10; ++band)
         gains << equalizer.property(qPrintable(QStringLiteral("gain%1").arg(band))).toInt();
     return gains;
