@@ -51,7 +51,7 @@ void waitForWorkers(Equalizer &equalizer);
 // What the action wrote to the descriptor (1: standard output, 2: standard error).
 QByteArray output(const std::function<void()> &action, int fd = 1);
 
-// The controller's trace lines, tag removed, in text written to standard output, or while action ran.
+// The controller's trace lines, tag removed: in text from standard output, or written while action ran.
 QStringList traceLines(const QByteArray &out);
 QStringList traces(const std::function<void()> &action);
 
