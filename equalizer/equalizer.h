@@ -7,6 +7,10 @@
 #include <QVariant>
 
 #include "models/eqitemlist.h"
+#include "platform/inputeventthread.h"
+#include "settings/settingsfile.h"
+
+#include <functional>
 
 class QSettings;
 class QtQuick2ApplicationViewer;
@@ -14,9 +18,9 @@ class MsgThread;
 
 // Fixed places of the program. Tests hand other paths to the constructor; main() never does.
 struct EqualizerPaths {
-    QString settingsFile = QStringLiteral("/var/lib/equalizer/Equalizer.conf");
-    QString settingsLock = QStringLiteral("/var/lib/equalizer/Equalizer.conf.lock");
-    QString keyDevice = QStringLiteral("/dev/input/by-path/platform-10d80000.adc:adc-keys-event");
+    QString settingsFile = QString::fromLatin1(SettingsFile::path);
+    QString settingsLock = QString::fromLatin1(SettingsFile::lockPath);
+    QString keyDevice = QString::fromLatin1(InputEventThread::devicePath);
 };
 
 // The one controller of the application and the scene's root context object. Every read and write
@@ -165,8 +169,13 @@ private:
     int runGetCmd(const QString cmd);
     QString runGetCmdString(const QString cmd);
     bool runSetCmd(QString &cmd);
-    // A write that the user profile records: runs a copy of cmd and, on success, records cmd as built.
-    bool runRecordedSetCmd(const QString &cmd);
+
+    // Every write the scene asks for: traces cmd as "<label> cmd: <cmd>" when traced is set, runs a
+    // copy, and only on success records cmd as built (when Recorded) and calls apply, which updates
+    // the mirror and emits (equalizer/writes.cpp).
+    enum Recording { NotRecorded, Recorded };
+    bool writeControl(const QString &cmd, bool traced, const char *label, Recording recording,
+                      const std::function<void()> &apply);
 
     // Construction (equalizer/construction.cpp).
     void openSettings();
@@ -186,7 +195,6 @@ private:
     void readCvcSendMode();
     void readCvcRecvMode();
     void readTwoMicMode();
-    bool writeVoicecall(const QString &cmd, const char *label);
     void restoreSoundState();
     void startWorkers();
     void stopWorkers();

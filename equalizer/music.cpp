@@ -24,15 +24,11 @@ bool Equalizer::changeDBEParams(int type, int value)
         return false;
 
     // No range check of type or value: the card decides.
-    const QString cmd = MixerControls::writeDbe(dbeControls.value(type), value);
-    if (logD)
-        Trace::line("changeDBEParams cmd: %s", cmd.toUtf8().constData());
-    const bool ok = runRecordedSetCmd(cmd);
-    if (ok) {
-        dbeParams.insert(type, value);
-        emit dbeParamsChanged();
-    }
-    return ok;
+    return writeControl(MixerControls::writeDbe(dbeControls.value(type), value), logD,
+                        "changeDBEParams", Recorded, [&] {
+                            dbeParams.insert(type, value);
+                            emit dbeParamsChanged();
+                        });
 }
 
 bool Equalizer::changeChanDelay(int chanId, int delay)
@@ -43,15 +39,11 @@ bool Equalizer::changeChanDelay(int chanId, int delay)
         return false;
 
     // Sent even when the delay is unchanged.
-    const QString cmd = MixerControls::writeChanDelay(chanId, delay);
-    if (logE)
-        Trace::line("changeChanDelay cmd: %s", cmd.toUtf8().constData());
-    const bool ok = runRecordedSetCmd(cmd);
-    if (ok) {
-        chanDelays.insert(chanId, delay);
-        emit chanDelaysChanged();
-    }
-    return ok;
+    return writeControl(MixerControls::writeChanDelay(chanId, delay), logE, "changeChanDelay",
+                        Recorded, [&] {
+                            chanDelays.insert(chanId, delay);
+                            emit chanDelaysChanged();
+                        });
 }
 
 void Equalizer::setSweetspot(int id)

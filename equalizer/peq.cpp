@@ -5,18 +5,6 @@
 
 namespace {
 
-// The gain offset with wrap-around instead of signed overflow: bounds come from a hand-edited
-// settings file and read-backs from a parsed reply, so neither is guaranteed to be near zero.
-int toDsp(int dB)
-{
-    return int(unsigned(dB) + unsigned(MixerControls::gainOffset));
-}
-
-int fromDsp(int value)
-{
-    return int(unsigned(value) - unsigned(MixerControls::gainOffset));
-}
-
 // Row of a band in freqList; anything that is no band maps to a row the list does not have.
 int bandRow(int band)
 {
@@ -38,28 +26,20 @@ bool Equalizer::changePeq(int newPeqIdx)
 
 bool Equalizer::changeMode(int newModeIdx)
 {
-    const QString cmd = MixerControls::writePeqSwitchMode(currentPeqName(), newModeIdx);
-    if (logE)
-        Trace::line("changMode cmd: %s", cmd.toUtf8().constData());
-    const bool ok = runRecordedSetCmd(cmd);
-    if (ok) {
-        currentModeIdx = newModeIdx;
-        emit currentModeIdxChanged(newModeIdx);
-    }
-    return ok;
+    return writeControl(MixerControls::writePeqSwitchMode(currentPeqName(), newModeIdx), logE,
+                        "changMode", Recorded, [&] {
+                            currentModeIdx = newModeIdx;
+                            emit currentModeIdxChanged(newModeIdx);
+                        });
 }
 
 bool Equalizer::changeCoreType(int newTypeIdx)
 {
-    const QString cmd = MixerControls::writePeqCoreType(currentPeqName(), newTypeIdx);
-    if (logE)
-        Trace::line("changeCoreType cmd: %s", cmd.toUtf8().constData());
-    const bool ok = runRecordedSetCmd(cmd);
-    if (ok) {
-        currentCoreTypeIdx = newTypeIdx;
-        emit currentCoreTypeIdxChanged(newTypeIdx);
-    }
-    return ok;
+    return writeControl(MixerControls::writePeqCoreType(currentPeqName(), newTypeIdx), logE,
+                        "changeCoreType", Recorded, [&] {
+                            currentCoreTypeIdx = newTypeIdx;
+                            emit currentCoreTypeIdxChanged(newTypeIdx);
+                        });
 }
 
 bool Equalizer::changeGain(int bandIdx, int gainValue)
@@ -77,24 +57,21 @@ bool Equalizer::changeGain(int bandIdx, int gainValue)
         return false;
 
     const QString peq = currentPeqName();
-    const QString cmd = bandIdx == 0 ? MixerControls::writePeqMasterGain(peq, toDsp(gainValue))
-                                     : MixerControls::writePeqBandGain(peq, bandIdx, toDsp(gainValue));
-    if (logD)
-        Trace::line("changeGain cmd: %s", cmd.toUtf8().constData());
-    if (!runRecordedSetCmd(cmd))
-        return false;
-
-    if (bandIdx == 0) {
-        // The master gain is no part of a preset, so the selection stays.
-        masterGain = gainValue;
-    } else {
-        const int row = bandIdx - 1;
-        const EqItem old = m_freqList.at(row);
-        m_freqList.replace(row, EqItem(row, old.name, old.bandfreq, gainValue));
-        updatePresetedId(-1);
-    }
-    emit gainChanged();
-    return true;
+    const int value = MixerControls::gainToDsp(gainValue);
+    const QString cmd = bandIdx == 0 ? MixerControls::writePeqMasterGain(peq, value)
+                                     : MixerControls::writePeqBandGain(peq, bandIdx, value);
+    return writeControl(cmd, logD, "changeGain", Recorded, [&] {
+        if (bandIdx == 0) {
+            // The master gain is no part of a preset, so the selection stays.
+            masterGain = gainValue;
+        } else {
+            const int row = bandIdx - 1;
+            const EqItem old = m_freqList.at(row);
+            m_freqList.replace(row, EqItem(row, old.name, old.bandfreq, gainValue));
+            updatePresetedId(-1);
+        }
+        emit gainChanged();
+    });
 }
 
 void Equalizer::resetGains()
@@ -120,9 +97,9 @@ void Equalizer::readCoreType()
 void Equalizer::readGains()
 {
     const QString peq = currentPeqName();
-    masterGain = fromDsp(runGetCmd(MixerControls::readPeqMasterGain(peq)));
+    masterGain = MixerControls::dspToGain(runGetCmd(MixerControls::readPeqMasterGain(peq)));
     for (int band = 1; band <= 10; ++band) {
-        const int gain = fromDsp(runGetCmd(MixerControls::readPeqBandGain(peq, band)));
+        const int gain = MixerControls::dspToGain(runGetCmd(MixerControls::readPeqBandGain(peq, band)));
         const int row = band - 1;
         const EqItem old = m_freqList.at(row);
         m_freqList.replace(row, EqItem(row, old.name, old.bandfreq, gain));

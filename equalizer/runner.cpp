@@ -12,7 +12,8 @@ QString Equalizer::runGetCmdString(const QString cmd)
     return MixerRunner::getString(process, cmd, logD);
 }
 
+// The line is changed in place: callers that record it hand over a copy.
 bool Equalizer::runSetCmd(QString &cmd)
 {
-    return MixerRunner::set(process, cmd, logD);
+    return MixerRunner::set(process, cmd, logD, &cmd);
 }

@@ -3,67 +3,45 @@
 #include "log/trace.h"
 #include "mixer/controls.h"
 
-// The four voice-call writes share one pattern: trace the command under the e flag, run a copy (the
-// runner may append its redirection to the copy), and leave every field alone on failure.
-bool Equalizer::writeVoicecall(const QString &cmd, const char *label)
-{
-    if (logE)
-        Trace::line("%s cmd: %s", label, qUtf8Printable(cmd));
-    QString run = cmd;
-    return runSetCmd(run);
-}
-
+// The voice-call writes trace under the e flag. A failed write leaves every field alone.
 bool Equalizer::changeCvcMode(bool enable)
 {
     const int value = enable ? 1 : 2;
-
-    const QString send = MixerControls::writeCvcSendMode(value);
-    if (!writeVoicecall(send, "changMode"))
-        return false;
-    saveUserProfile(send);
-
     // A failed receive write leaves the send path changed and recorded, with no field telling so.
-    const QString recv = MixerControls::writeCvcRecvMode(value);
-    if (!writeVoicecall(recv, "changMode"))
-        return false;
-    saveUserProfile(recv);
-
-    currentCvcSendModeIdx = value;
-    currentCvcRecvModeIdx = value;
-    cvcMode = enable;
-    // The index signals stay silent although both indices changed; QML follows cvcMode only.
-    emit currentCvcModeChanged(enable);
-    return true;
+    return writeControl(MixerControls::writeCvcSendMode(value), logE, "changMode", Recorded, {})
+        && writeControl(MixerControls::writeCvcRecvMode(value), logE, "changMode", Recorded, [&] {
+               currentCvcSendModeIdx = value;
+               currentCvcRecvModeIdx = value;
+               cvcMode = enable;
+               // The index signals stay silent although both indices changed; QML follows cvcMode only.
+               emit currentCvcModeChanged(enable);
+           });
 }
 
 // The single-path writes are neither recorded nor folded into cvcMode.
 bool Equalizer::changeCvcSendMode(int newModeIdx)
 {
-    if (!writeVoicecall(MixerControls::writeCvcSendMode(newModeIdx), "changMode"))
-        return false;
-    currentCvcSendModeIdx = newModeIdx;
-    emit currentCvcSendModeIdxChanged(newModeIdx);
-    return true;
+    return writeControl(MixerControls::writeCvcSendMode(newModeIdx), logE, "changMode", NotRecorded, [&] {
+        currentCvcSendModeIdx = newModeIdx;
+        emit currentCvcSendModeIdxChanged(newModeIdx);
+    });
 }
 
 bool Equalizer::changeCvcRecvMode(int newModeIdx)
 {
-    if (!writeVoicecall(MixerControls::writeCvcRecvMode(newModeIdx), "changMode"))
-        return false;
-    currentCvcRecvModeIdx = newModeIdx;
-    emit currentCvcRecvModeIdxChanged(newModeIdx);
-    return true;
+    return writeControl(MixerControls::writeCvcRecvMode(newModeIdx), logE, "changMode", NotRecorded, [&] {
+        currentCvcRecvModeIdx = newModeIdx;
+        emit currentCvcRecvModeIdxChanged(newModeIdx);
+    });
 }
 
 bool Equalizer::changeTwoMicMode(bool enable)
 {
-    const QString cmd = MixerControls::writeCvcTwoMic(enable ? QStringLiteral("on") : QStringLiteral("off"));
-    if (!writeVoicecall(cmd, "changTwoMicMode"))
-        return false;
-    saveUserProfile(cmd);
-    twoMicMode = enable;
-    emit currentTwoMicModeChanged();
-    return true;
+    const QString onOff = enable ? QStringLiteral("on") : QStringLiteral("off");
+    return writeControl(MixerControls::writeCvcTwoMic(onOff), logE, "changTwoMicMode", Recorded, [&] {
+        twoMicMode = enable;
+        emit currentTwoMicModeChanged();
+    });
 }
 
 void Equalizer::readCvcModes()

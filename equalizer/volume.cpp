@@ -5,12 +5,10 @@
 
 bool Equalizer::setVolume(int v)
 {
-    const bool ok = runRecordedSetCmd(MixerControls::writeMainVolume(v));
-    if (ok) {
+    return writeControl(MixerControls::writeMainVolume(v), false, nullptr, Recorded, [&] {
         volume = v;
         emit volumeChanged();
-    }
-    return ok;
+    });
 }
 
 int Equalizer::getVolume()

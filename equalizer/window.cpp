@@ -1,6 +1,6 @@
 #include "equalizer/equalizer.h"
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "log/trace.h"
 
 QString Equalizer::currentPeqName() const
