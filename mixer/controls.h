@@ -10,10 +10,12 @@ namespace MixerControls {
 extern const QString getVerb; // "amixer sget"
 extern const QString setVerb; // "amixer sset"
 
-// PEQ gains are whole dB in the controller and dB + 60 on the card.
+// PEQ gains are whole dB in the controller and dB + 60 on the card. The offset wraps around instead
+// of overflowing: bounds come from a hand-edited settings file and read-backs from a parsed reply,
+// so neither is guaranteed to be near zero.
 constexpr int gainOffset = 60;
-constexpr int gainToDsp(int dB) { return dB + gainOffset; }
-constexpr int dspToGain(int value) { return value - gainOffset; }
+constexpr int gainToDsp(int dB) { return int(unsigned(dB) + unsigned(gainOffset)); }
+constexpr int dspToGain(int value) { return int(unsigned(value) - unsigned(gainOffset)); }
 
 QString readPeqSwitchMode(const QString &peq);
 QString writePeqSwitchMode(const QString &peq, int mode);

@@ -83,18 +83,19 @@ QString getString(QProcess &process, const QString &cmd, bool logD)
     return result;
 }
 
-bool set(QProcess &process, QString &cmd, bool logD)
+bool set(QProcess &process, const QString &cmd, bool logD, QString *ran)
 {
     if (process.state() == QProcess::Running)
         return false;
     // An out-of-range profile has an empty script name. It fails here rather than after the
     // suffix, which would otherwise be run as a program called "<".
     const bool nothingToRun = QProcess::splitCommand(cmd).isEmpty();
-    if (!logD)
-        cmd.append(QStringLiteral(" < /dev/null 2>&1"));
+    const QString line = logD ? cmd : cmd + QStringLiteral(" < /dev/null 2>&1");
+    if (ran)
+        *ran = line;
     if (nothingToRun)
         return false;
-    return run(process, cmd, QProcess::ForwardedChannels);
+    return run(process, line, QProcess::ForwardedChannels);
 }
 
 int getVolume(const QString &cmd, bool logD)

@@ -19,8 +19,9 @@ int get(QProcess &process, const QString &cmd, bool logD);
 QString getString(QProcess &process, const QString &cmd, bool logD);
 
 // Write on the shared process: true when the tool exits 0. Unless logD is set, the literal
-// " < /dev/null 2>&1" is appended to cmd in place; without a shell these are three more arguments.
-bool set(QProcess &process, QString &cmd, bool logD);
+// " < /dev/null 2>&1" is appended to the line it runs; without a shell these are three more
+// arguments. The line as run (cmd with or without the words) goes to *ran when given.
+bool set(QProcess &process, const QString &cmd, bool logD, QString *ran = nullptr);
 
 // The volume read, on a process of its own; 0 on failure.
 int getVolume(const QString &cmd, bool logD);

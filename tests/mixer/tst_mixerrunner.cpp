@@ -68,7 +68,7 @@ private slots:
         L got;
         const QByteArray out = output([&] {
             got << QString::number(MixerRunner::get(process, band3, logD)) << MixerRunner::getString(process, twoMic, logD)
-                << QString::number(MixerRunner::set(process, write, logD));
+                << QString::number(MixerRunner::set(process, write, logD, &write));
         });
         QCOMPARE(got.join(' '), results);
         QCOMPARE(write, logD || busy ? volume : redirected(volume));
