@@ -1,6 +1,6 @@
 #include "app/startup.h"
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "equalizer/equalizer.h"
 
 #include <QFileInfo>

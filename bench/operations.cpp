@@ -15,7 +15,7 @@
 // Each operation is first run once with the logging amixer first on PATH; its command lines are
 // then replayed by a plain loop after every timed call, so call and floor alternate.
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
 #include "bench/spawn.h"
 #include "equalizer/equalizer.h"

@@ -8,7 +8,7 @@
 // The settings file is EQ_BENCH_SETTINGS (required, so that a stray run never touches the unit's
 // own file); everything else is what the application uses.
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
 #include "bench/spawn.h"
 #include "equalizer/equalizer.h"

@@ -16,13 +16,8 @@ const unsigned short homeKey = 172;
 
 } // namespace
 
-QString InputEventThread::defaultDevicePath()
-{
-    return QStringLiteral("/dev/input/by-path/platform-10d80000.adc:adc-keys-event");
-}
-
-InputEventThread::InputEventThread(QObject *parent, const QString &devicePath)
-    : QThread(parent), devicePath(devicePath), wakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+InputEventThread::InputEventThread(QObject *parent, const QString &device)
+    : QThread(parent), device(device), wakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
 
@@ -45,7 +40,7 @@ void InputEventThread::run()
     puts("InputEventThread start");
     // Non-blocking so that neither open() (a FIFO stand-in waits there for a writer) nor read()
     // can hold the thread; all waiting happens in poll(), which stop() interrupts.
-    const int fd = open(devicePath.toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = open(device.toLocal8Bit().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         puts("Can't open the input file");
         return;

@@ -9,9 +9,11 @@ class InputEventThread : public QThread
     Q_OBJECT
 
 public:
-    static QString defaultDevicePath();
+    // The unit's key device; scripts/laptop-platform.sh reads it from this line.
+    static constexpr const char *devicePath = "/dev/input/by-path/platform-10d80000.adc:adc-keys-event";
 
-    explicit InputEventThread(QObject *parent = nullptr, const QString &devicePath = defaultDevicePath());
+    explicit InputEventThread(QObject *parent = nullptr,
+                              const QString &device = QString::fromLatin1(devicePath));
     // Stops the loop and joins the thread.
     ~InputEventThread() override;
 
@@ -26,6 +28,6 @@ protected:
     void run() override;
 
 private:
-    const QString devicePath;
+    const QString device;
     int wakeFd = -1;
 };

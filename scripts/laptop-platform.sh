@@ -6,7 +6,9 @@
 #                            of its own (root only; otherwise CMD runs without the key device)
 #   eq_platform_help         how to send "resume", press Home, and watch for "minimize"
 
-EQ_KEY_DEVICE=/dev/input/by-path/platform-10d80000.adc:adc-keys-event
+# The program's own fixed key path, read from the one place it is written.
+EQ_KEY_DEVICE=$(sed -n 's/.*devicePath = "\(.*\)";$/\1/p' \
+    "$(dirname "${BASH_SOURCE[0]}")/../platform/inputeventthread.h")
 
 eq_platform_setup() {
     local dir=${1:?eq_platform_setup needs a directory}

@@ -9,7 +9,7 @@
 // Where to tap comes from the same scene loaded in this process at the same size: the layout
 // depends on the screen size and the fonts only, which both processes share.
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
 #include "equalizer/equalizer.h"
 #include "support/virtualcard.h"

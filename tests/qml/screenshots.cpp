@@ -6,7 +6,7 @@
 // Writes OUTDIR/<page>-<width>x<height>.png for each page (all five when none is named). Run it
 // under Xvfb (scripts/screenshots does), with EQ_BUILD_DIR set to the build tree.
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
 #include "equalizer/equalizer.h"
 #include "support/virtualcard.h"

@@ -2,7 +2,7 @@
 // it must load and show every page without a single QML warning, fit the screen sizes of the unit,
 // and send the card exactly what the finger asked for.
 
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
 #include "equalizer/equalizer.h"
 #include "support/virtualcard.h"

@@ -1,4 +1,4 @@
-#include "app/qtquick2applicationviewer.h"
+#include "viewer/qtquick2applicationviewer.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
