@@ -206,8 +206,7 @@ void tst_Install::serviceSearchPathFindsTools_data()
     QTest::addColumn<QString>("tool");
     QTest::addColumn<bool>("shipped");  // installed by this tree, or already on the device
     QTest::newRow("amixer, run for every mixer read and write") << QStringLiteral("amixer") << false;
-    QTest::newRow("SetAlsaDefault.sh, default and user profiles") << QStringLiteral("SetAlsaDefault.sh") << true;
-    QTest::newRow("SetAlsaVelto.sh, Velto profile") << QStringLiteral("SetAlsaVelto.sh") << true;
+    QTest::newRow("the program itself") << QStringLiteral("equalizer") << true;
 }
 
 void tst_Install::serviceSearchPathFindsTools()
