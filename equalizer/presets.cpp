@@ -23,6 +23,7 @@ void Equalizer::saveToPresets(int id)
     updatePresetedId(id);
 }
 
+// Applies through changeGain, which in turn clears the preset id: the one circle between areas.
 void Equalizer::setToPreset(int id)
 {
     if (logD)
