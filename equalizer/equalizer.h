@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QObject>
 #include <QProcess>
+#include <QSettings>
 #include <QString>
 #include <QVariant>
 
@@ -110,6 +111,12 @@ public:
     int currentCvcSendModeIdxValue() const { return currentCvcSendModeIdx; }
     int currentCvcRecvModeIdxValue() const { return currentCvcRecvModeIdx; }
     bool twoMicModeValue() const { return twoMicMode; }
+    // The gains stored for a preset row, by band name; empty when it was never saved.
+    QVariantHash storedPreset(int id) const
+    {
+        const QString key = m_presetList.at(id).name;
+        return key.isEmpty() ? QVariantHash() : settings->value(key).toHash();
+    }
 
 signals:
     void appPaused();
@@ -174,6 +181,8 @@ private:
     // copy, and only on success records cmd as built (when Recorded) and calls apply, which updates
     // the mirror and emits (equalizer/writes.cpp).
     enum Recording { NotRecorded, Recorded };
+    // Writes a setting only when it differs from the stored one: each write rewrites the whole file.
+    void store(const QString &key, const QVariant &value);
     bool writeControl(const QString &cmd, bool traced, const char *label, Recording recording,
                       const std::function<void()> &apply);
 
@@ -215,7 +224,7 @@ private:
     QHash<QString, QVariant> peqNameTable;
     QHash<QString, QString> profileScripts;
     QVariantHash userProfile;
-    QProcess process;
+    QProcess process; // the runner's busy guard; children are started by ChildProcess
     int volume = 0;
     int masterGain = 0;
     int minGain = -60;

@@ -6,9 +6,12 @@ class QProcess;
 
 // Runs one amixer command line as a child process and waits for it without a time-out. No shell is
 // involved: the line is split at blanks and a double-quoted control name is kept whole. The exit
-// code is the only test of success; a tool that cannot be started exits 255 in Qt's report and so
-// fails like any other (it is also named once on stderr), and a line with no word runs nothing and
-// fails.
+// code is the only test of success; a tool that cannot be started fails like any other (it is also
+// named once on stderr), and a line with no word runs nothing and fails.
+//
+// The shared QProcess is only the busy guard: the runs themselves go through ChildProcess, which
+// starts a program for a fraction of what QProcess costs in a process of this size. A test can
+// still make the guard busy by starting the QProcess.
 namespace MixerRunner {
 
 // Integer read on the shared process: the value, or -1 when the process is busy or the tool exits

@@ -1,3 +1,4 @@
+#include "mixer/childprocess.h"
 #include "mixer/runner.h"
 #include "support/controllerfixture.h"
 #include "support/virtualcard.h"
@@ -186,6 +187,50 @@ private slots:
         qputenv("PATH", path);
         QCOMPARE(errors.count("equalizer: cannot start \"amixer\""), 1);
         QCOMPARE(card.commands(), L());
+    }
+
+    // Programs that misbehave, run many times: the right result, and no descriptor or child left.
+    void misbehavingProgram_data()
+    {
+        QTest::addColumn<QString>("cmd");
+        QTest::addColumn<int>("runs");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<int>("outputSize");
+
+        QTest::newRow("not a program") << "/nonexistent/amixer" << 1000 << -1 << 0;
+        QTest::newRow("killed by a signal") << "sh -c \"kill -9 $$\"" << 200 << -1 << 0;
+        QTest::newRow("says nothing, exits 3") << "sh -c \"exit 3\"" << 200 << 3 << 0;
+        QTest::newRow("floods its output") << "head -c 30000000 /dev/zero" << 2 << 0 << 30000000;
+    }
+
+    void misbehavingProgram()
+    {
+        QFETCH(QString, cmd);
+        QFETCH(int, runs);
+        QFETCH(int, exitCode);
+        QFETCH(int, outputSize);
+
+        const auto openFds = [] { return QDir("/proc/self/fd").entryList(QDir::NoDotAndDotDot | QDir::System).size(); };
+        const auto children = [] {
+            QByteArray all;
+            for (const QString &task : QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+                QFile list("/proc/self/task/" + task + "/children");
+                if (list.open(QIODevice::ReadOnly))
+                    all += list.readAll();
+            }
+            return all;
+        };
+        const int fds = openFds();
+        const QByteArray before = children();
+        output([&] {
+            for (int i = 0; i < runs; ++i) {
+                const ChildProcess::Result result = ChildProcess::run(QProcess::splitCommand(cmd), true);
+                QCOMPARE(result.exitCode, exitCode);
+                QCOMPARE(result.output.size(), outputSize);
+            }
+        }, 2);
+        QCOMPARE(openFds(), fds);
+        QCOMPARE(children(), before); // none left running or unreaped
     }
 };
 
