@@ -50,7 +50,7 @@ void Equalizer::setSweetspot(int id)
 {
     // Stored for any id; only 1 to 4 move the delays.
     sweetspotId = id;
-    settings->setValue(QStringLiteral("Sweetspot"), id);
+    store(QStringLiteral("Sweetspot"), id);
     emit sweetspotIdChanged();
 
     if (id < 1 || id > 4)

@@ -19,7 +19,7 @@ void Equalizer::saveToPresets(int id)
     // An id outside the list names the empty key, which the store refuses (noisily); skip it.
     const QString key = m_presetList.at(id).name;
     if (!key.isEmpty())
-        settings->setValue(key, gains);
+        store(key, gains);
     updatePresetedId(id);
 }
 
@@ -53,6 +53,6 @@ void Equalizer::updatePresetedId(int id)
     if (logF)
         Trace::line("updatePresetedId(%d)", id);
     activatedPresetId = id;
-    settings->setValue(QStringLiteral("PresetedId"), id);
+    store(QStringLiteral("PresetedId"), id);
     emit activatedPresetIdChanged();
 }

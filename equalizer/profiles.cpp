@@ -12,7 +12,7 @@ void Equalizer::saveToProfiles(int id)
     // An id outside the list names the empty key, which the store refuses (noisily); skip it.
     const QString key = m_profileList.at(id).name;
     if (!key.isEmpty())
-        settings->setValue(key, userProfile);
+        store(key, userProfile);
 }
 
 void Equalizer::setToProfiles(int id)
@@ -63,6 +63,6 @@ void Equalizer::updateProfileId(int id)
     if (logF)
         Trace::line("updateProfileId(%d)", id);
     activatedProfileId = id;
-    settings->setValue(QStringLiteral("ProfileId"), id);
+    store(QStringLiteral("ProfileId"), id);
     emit activatedProfileIdChanged();
 }

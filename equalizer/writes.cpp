@@ -2,6 +2,8 @@
 
 #include "log/trace.h"
 
+#include <QSettings>
+
 bool Equalizer::writeControl(const QString &cmd, bool traced, const char *label, Recording recording,
                              const std::function<void()> &apply)
 {
@@ -16,6 +18,12 @@ bool Equalizer::writeControl(const QString &cmd, bool traced, const char *label,
     if (apply)
         apply();
     return true;
+}
+
+void Equalizer::store(const QString &key, const QVariant &value)
+{
+    if (settings->value(key) != value)
+        settings->setValue(key, value);
 }
 
 void Equalizer::saveUserProfile(QString cmd)

@@ -85,6 +85,17 @@ private slots:
         QCOMPARE(controller.stored("PresetedId").toInt(), id);
         QCOMPARE(lines.first(), QStringLiteral("setToPresets(id=%1)").arg(id));
         QCOMPARE(lines.last(), QStringLiteral("updatePresetedId(%1)").arg(id));
+
+        // "PresetedId" -1 again at the next gain change: announced, but the file is not rewritten.
+        QVERIFY(eq->changeGain(1, 1));
+        const QFileInfo file(controller.paths.settingsFile);
+        const auto written = [&] { controller.stored("PresetedId"); return QFileInfo(file.filePath()).fileTime(QFileDevice::FileMetadataChangeTime); };
+        const QDateTime before = written();
+        log.take();
+        QTest::qSleep(20);
+        QVERIFY(eq->changeGain(1, 2));
+        QCOMPARE(log.take(), (L{"activatedPresetIdChanged()", "gainChanged()"}));
+        QCOMPARE(written(), before);
     }
 
     // Preset 1 is selected before each row, through a "Rock" that was never saved.
