@@ -15,6 +15,8 @@ QtQuick2ApplicationViewer::QtQuick2ApplicationViewer(QWindow *parent)
 {
     connect(engine(), SIGNAL(quit()), this, SLOT(close()));
     setResizeMode(QQuickView::SizeRootObjectToView);
+    // The window's name for window managers and screen readers.
+    setTitle(QStringLiteral("Equalizer"));
 }
 
 QtQuick2ApplicationViewer::~QtQuick2ApplicationViewer()

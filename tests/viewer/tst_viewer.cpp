@@ -104,6 +104,7 @@ void TestViewer::rootItemFollowsWindowSize()
     writeScene(path, QStringLiteral("sized"));
 
     QtQuick2ApplicationViewer viewer;
+    QCOMPARE(viewer.title(), QStringLiteral("Equalizer"));
     viewer.setMainQmlFile(path);
     viewer.resize(800, 480);
     viewer.show();
