@@ -1,5 +1,6 @@
 #include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
+#include "control/controlservice.h"
 #include "equalizer/equalizer.h"
 
 #include <QGuiApplication>
@@ -18,6 +19,9 @@ int main(int argc, char *argv[])
     int result;
     {
         Equalizer equalizer;
+        // Other programs' way in: on the bus once the sound state is restored; without it if refused.
+        ControlService control(equalizer);
+        control.start();
         {
             QtQuick2ApplicationViewer viewer;
             equalizer.setViewer(&viewer);
