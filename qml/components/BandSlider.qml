@@ -63,34 +63,16 @@ Item {
         Accessible.name: qsTr("%1, %2 dB").arg(column.accessibleLabel).arg(Format.signed(column.shown))
         onStepDone: column.stepDone(column.band, before, after)
 
-        background: Item {
+        // The groove lit from 0 dB to the handle, so boost and cut read at a glance.
+        background: SliderGroove {
             x: slider.leftPadding
-            y: slider.topPadding
+            y: slider.topPadding + slider.handle.height / 2
             width: slider.availableWidth
-            height: slider.availableHeight
-
-            // The track, and a bar from 0 dB to the handle, so boost and cut read at a glance.
-            Rectangle {
-                id: track
-                anchors.horizontalCenter: parent.horizontalCenter
-                y: slider.handle.height / 2
-                width: Math.max(4, Math.round(6 * Theme.scale))
-                height: parent.height - slider.handle.height
-                radius: width / 2
-                color: Theme.raised
-                border.width: 1
-                border.color: Theme.outline
-            }
-            Rectangle {
-                readonly property real zeroY: track.y + (1 - Scale.position(0, column.from, column.to)) * track.height
-                readonly property real handleY: track.y + slider.visualPosition * track.height
-                anchors.horizontalCenter: parent.horizontalCenter
-                y: Math.min(zeroY, handleY)
-                width: track.width
-                height: Math.abs(zeroY - handleY)
-                radius: width / 2
-                color: column.emphasised ? Theme.warning : Theme.accent
-            }
+            height: slider.availableHeight - slider.handle.height
+            vertical: true
+            fillFrom: Scale.position(0, column.from, column.to)
+            fillTo: 1 - slider.visualPosition
+            fillColor: column.emphasised ? Theme.warning : Theme.accent
         }
 
         handle: Rectangle {

@@ -1,5 +1,4 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 import QtQuick.Shapes 1.15
 
 // The cabin seen from above, front at the top, with its four seats as buttons. Seat n is the one
@@ -52,7 +51,7 @@ Item {
             width: parent.width * 0.76
             height: Math.max(6, parent.height * 0.045)
             radius: height / 2
-            color: "#2a3a4a"
+            color: Theme.glass
         }
         Rectangle {
             x: parent.width * 0.16
@@ -60,7 +59,7 @@ Item {
             width: parent.width * 0.68
             height: Math.max(5, parent.height * 0.035)
             radius: height / 2
-            color: "#2a3a4a"
+            color: Theme.glass
         }
         Text {
             anchors.horizontalCenter: parent.horizontalCenter
@@ -83,74 +82,13 @@ Item {
             Repeater {
                 model: 4
 
-                AbstractButton {
-                    id: seat
-                    readonly property int seatId: index + 1
-                    readonly property bool chosen: cabin.selected === seatId
-                    readonly property string seatName: index < cabin.seatNames.length ? cabin.seatNames[index] : String(seatId)
-                    objectName: "seat" + seatId
+                CabinSeat {
+                    seatId: index + 1
+                    seatName: index < cabin.seatNames.length ? cabin.seatNames[index] : String(seatId)
+                    chosen: cabin.selected === seatId
                     width: seats.seatWidth
                     height: seats.seatHeight
-                    focusPolicy: Qt.NoFocus
-                    Accessible.role: Accessible.RadioButton
-                    Accessible.name: chosen ? qsTr("Sweet spot %1, selected").arg(seatName)
-                                            : qsTr("Sweet spot %1").arg(seatName)
-                    Accessible.checkable: true
-                    Accessible.checked: chosen
                     onClicked: cabin.picked(seatId)
-
-                    // The seat seen from above, its occupant facing the front: cushion ahead of
-                    // the backrest, the name below; the chosen one stands in a lit zone.
-                    background: Rectangle {
-                        radius: Theme.radius * 1.5
-                        color: seat.chosen ? "#2636c4f4" : "transparent"
-                        border.width: seat.chosen ? Math.max(2, Math.round(3 * Theme.scale)) : 0
-                        border.color: Theme.accent
-
-                        Item {
-                            id: shape
-                            anchors.horizontalCenter: parent.horizontalCenter
-                            y: Math.round(Theme.spacing / 2)
-                            width: Math.min(parent.width * 0.7, height * 0.8)
-                            height: parent.height - seatLabel.height - Theme.spacing * 1.5
-
-                            Rectangle {
-                                anchors.horizontalCenter: parent.horizontalCenter
-                                width: parent.width * 0.86
-                                height: parent.height * 0.66
-                                radius: Theme.radius * 1.5
-                                color: seat.chosen ? Theme.accent : (seat.down ? Theme.pressed : Theme.raised)
-                                border.width: 1
-                                border.color: seat.chosen ? Theme.accent : Theme.outline
-                            }
-                            Rectangle {
-                                anchors.horizontalCenter: parent.horizontalCenter
-                                anchors.bottom: parent.bottom
-                                width: parent.width
-                                height: parent.height * 0.26
-                                radius: Theme.radius
-                                color: seat.chosen ? Theme.accentDim : (seat.down ? Theme.pressed : Theme.raised)
-                                border.width: 1
-                                border.color: seat.chosen ? Theme.accent : Theme.outline
-                            }
-                        }
-                    }
-                    contentItem: Item {
-                        Text {
-                            id: seatLabel
-                            anchors.bottom: parent.bottom
-                            anchors.bottomMargin: Math.round(Theme.spacing / 2)
-                            width: parent.width
-                            text: seat.seatName
-                            horizontalAlignment: Text.AlignHCenter
-                            wrapMode: Text.WordWrap
-                            maximumLineCount: 2
-                            elide: Text.ElideRight
-                            color: seat.chosen ? Theme.accent : Theme.text
-                            font.pixelSize: Theme.fontCaption
-                            font.weight: seat.chosen ? Font.DemiBold : Font.Normal
-                        }
-                    }
                 }
             }
         }

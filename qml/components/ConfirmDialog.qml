@@ -20,7 +20,7 @@ Popup {
     width: Math.min(parent ? parent.width - 2 * Theme.margin : 640, Math.round(640 * Math.max(Theme.scale, 0.75)))
     padding: Theme.margin
 
-    Overlay.modal: Rectangle { color: "#b0000000" }
+    Overlay.modal: Rectangle { color: Theme.scrim }
 
     background: Rectangle {
         radius: Theme.radius * 1.5

@@ -6,30 +6,12 @@ WriteSlider {
 
     implicitHeight: Theme.touch
 
-    background: Item {
-        x: slider.leftPadding
+    background: SliderGroove {
+        x: slider.leftPadding + slider.handle.width / 2
         y: slider.topPadding
-        width: slider.availableWidth
+        width: slider.availableWidth - slider.handle.width
         height: slider.availableHeight
-        Rectangle {
-            id: groove
-            x: slider.handle.width / 2
-            anchors.verticalCenter: parent.verticalCenter
-            width: parent.width - slider.handle.width
-            height: Math.max(4, Math.round(6 * Theme.scale))
-            radius: height / 2
-            color: Theme.raised
-            border.width: 1
-            border.color: Theme.outline
-        }
-        Rectangle {
-            anchors.left: groove.left
-            anchors.verticalCenter: groove.verticalCenter
-            width: slider.visualPosition * groove.width
-            height: groove.height
-            radius: groove.radius
-            color: Theme.accent
-        }
+        fillTo: slider.visualPosition
     }
 
     handle: Rectangle {

@@ -10,7 +10,7 @@ Rectangle {
     radius: Theme.radius * 1.5
     color: Theme.surface
     border.width: 1
-    border.color: "#222c38"
+    border.color: Theme.divider
 
     Text {
         id: heading

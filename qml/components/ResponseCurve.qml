@@ -51,7 +51,7 @@ Canvas {
         for (const db of gridLines) {
             if (db < from || db > to)
                 continue;
-            ctx.strokeStyle = db === 0 ? "#56687a" : "#1f2a36";
+            ctx.strokeStyle = db === 0 ? Theme.gridZero : Theme.grid;
             ctx.beginPath();
             ctx.moveTo(0, Math.round(yAt(db)) + 0.5);
             ctx.lineTo(width, Math.round(yAt(db)) + 0.5);
@@ -65,9 +65,9 @@ Canvas {
         ctx.lineTo(xAt(points[points.length - 1].x), zeroY);
         ctx.closePath();
         const fill = ctx.createLinearGradient(0, topY, 0, bottomY);
-        fill.addColorStop(0, Qt.rgba(0.21, 0.77, 0.96, 0.30));
-        fill.addColorStop(Math.max(0, Math.min(1, (zeroY - topY) / (bottomY - topY))), Qt.rgba(0.21, 0.77, 0.96, 0.06));
-        fill.addColorStop(1, Qt.rgba(0.21, 0.77, 0.96, 0.30));
+        fill.addColorStop(0, Theme.accentWash);
+        fill.addColorStop(Math.max(0, Math.min(1, (zeroY - topY) / (bottomY - topY))), Theme.accentWashFaint);
+        fill.addColorStop(1, Theme.accentWash);
         ctx.fillStyle = fill;
         ctx.fill();
 

@@ -25,6 +25,17 @@ QtObject {
     readonly property color textOnWarning: "#1e1200"
     readonly property color danger: "#ff6b6b"
     readonly property color curve: "#7fe0ff"
+    // Quieter lines: panel edges and dividers, the curve's grid, the cabin's windows.
+    readonly property color divider: "#222c38"
+    readonly property color grid: "#1f2a36"
+    readonly property color gridZero: "#56687a"
+    readonly property color glass: "#2a3a4a"
+    // Washes of the accent behind the curve (strong at its ends, faint at 0 dB) and the chosen seat.
+    readonly property color accentWash: "#4d36c4f4"
+    readonly property color accentWashFaint: "#0f36c4f4"
+    readonly property color accentZone: "#2636c4f4"
+    // Dims the scene behind a dialog.
+    readonly property color scrim: "#b0000000"
 
     readonly property int fontCaption: Math.round(18 * textScale)
     readonly property int fontBody: Math.round(20 * textScale)

@@ -1,9 +1,8 @@
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
 
-// A named raw value of the card: its name and the value the controller reports on one line, then
-// a slider between a decrease and an increase button. The buttons repeat while held; each step is
-// one write. The slider writes once on release unless `writeWhileDragging` is set.
+// A named raw value of the card: its name and the value the controller reports on one line (the
+// finger's value while a drag runs), then a stepper that writes once on release.
 ColumnLayout {
     id: row
 
@@ -13,18 +12,15 @@ ColumnLayout {
     property int from: 0
     property int to: 100
     property var write: null
-    property alias writeWhileDragging: slider.writeWhileDragging
     property string objectPrefix: label
 
-    readonly property string valueText: unit.length > 0 ? qsTr("%1 %2").arg(shown).arg(unit) : String(shown)
+    readonly property string valueText: withUnit(shown)
+
+    function withUnit(value) {
+        return unit.length > 0 ? qsTr("%1 %2").arg(value).arg(unit) : String(value);
+    }
 
     spacing: Math.round(Theme.spacing / 2)
-
-    function nudge(delta) {
-        const target = Math.max(from, Math.min(to, shown + delta));
-        if (target !== shown && write)
-            write(target);
-    }
 
     RowLayout {
         Layout.fillWidth: true
@@ -39,48 +35,24 @@ ColumnLayout {
             elide: Text.ElideRight
         }
         Text {
-            text: slider.pressed && !slider.writeWhileDragging
-                  ? (row.unit.length > 0 ? qsTr("%1 %2").arg(Math.round(slider.value)).arg(row.unit) : String(Math.round(slider.value)))
-                  : row.valueText
-            color: slider.pressed ? Theme.accent : Theme.text
+            text: stepper.pressed ? row.withUnit(Math.round(stepper.draggedValue)) : row.valueText
+            color: stepper.pressed ? Theme.accent : Theme.text
             font.pixelSize: Theme.fontValue
             font.weight: Font.DemiBold
         }
     }
 
-    RowLayout {
+    Stepper {
+        id: stepper
         Layout.fillWidth: true
-        spacing: Theme.spacing
-
-        TouchButton {
-            objectName: row.objectPrefix + ":decrease"
-            text: "\u2212"
-            font.pixelSize: Theme.fontTitle
-            autoRepeat: true
-            enabled: row.shown > row.from
-            Accessible.name: qsTr("Decrease %1, now %2").arg(row.label).arg(row.valueText)
-            onClicked: row.nudge(-1)
-        }
-        HorizontalSlider {
-            id: slider
-            objectName: row.objectPrefix + ":slider"
-            Layout.fillWidth: true
-            Layout.preferredHeight: Theme.touch
-            from: row.from
-            to: row.to
-            shown: row.shown
-            write: row.write
-            writeWhileDragging: false
-            Accessible.name: qsTr("%1, %2").arg(row.label).arg(row.valueText)
-        }
-        TouchButton {
-            objectName: row.objectPrefix + ":increase"
-            text: "+"
-            font.pixelSize: Theme.fontTitle
-            autoRepeat: true
-            enabled: row.shown < row.to
-            Accessible.name: qsTr("Increase %1, now %2").arg(row.label).arg(row.valueText)
-            onClicked: row.nudge(1)
-        }
+        objectPrefix: row.objectPrefix
+        writeWhileDragging: false
+        from: row.from
+        to: row.to
+        shown: row.shown
+        write: row.write
+        decreaseName: qsTr("Decrease %1, now %2").arg(row.label).arg(row.valueText)
+        increaseName: qsTr("Increase %1, now %2").arg(row.label).arg(row.valueText)
+        sliderName: qsTr("%1, %2").arg(row.label).arg(row.valueText)
     }
 }

@@ -41,3 +41,21 @@ function gainAt(pos, from, to) {
     }
     return to;
 }
+
+// Gains to mark beside the sliders: 0, the ends and the edges of the fine range, leaving out any
+// whose height `yAt(db)` would come closer than `gap` to a mark already placed.
+function marks(from, to, yAt, gap) {
+    var picked = [], ys = [];
+    var candidates = [0, to, from, fine, -fine];
+    for (var i = 0; i < candidates.length; ++i) {
+        var db = candidates[i];
+        if (db > to || db < from || picked.indexOf(db) >= 0)
+            continue;
+        var y = yAt(db);
+        if (ys.every(function (other) { return Math.abs(other - y) >= gap; })) {
+            picked.push(db);
+            ys.push(y);
+        }
+    }
+    return picked;
+}

@@ -42,3 +42,21 @@ function undo(history, apply) {
     var rest = history.slice(0, history.length - 1);
     return left.length === 0 ? rest : rest.concat([{ peq: step.peq, changes: left }]);
 }
+
+// Runs `act` and records as one step on speaker set `peq` what it changed, as `snapshot` reads
+// [master, band 1, ..., band 10] before and after.
+function around(history, peq, snapshot, act) {
+    var before = snapshot();
+    act();
+    return record(history, peq, diff(before, snapshot()));
+}
+
+// undo() on the controller `c` ({peq(), changePeq(peq), changeGain(band, gain)}): a step made on
+// another speaker set switches to it first.
+function undoOn(history, c) {
+    return undo(history, function (peq, band, gain) {
+        if (c.peq() !== peq)
+            c.changePeq(peq);
+        return c.changeGain(band, gain);
+    });
+}

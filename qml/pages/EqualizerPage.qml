@@ -1,3 +1,4 @@
+import QtQml 2.15
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
 import "../components"
@@ -16,21 +17,14 @@ Item {
     // Band gains as the controller reports them. A fixed list of ten rather than a view over the
     // band list: the list resets on every gain change, and sliders must survive that mid-drag.
     readonly property var gains: [gain1, gain2, gain3, gain4, gain5, gain6, gain7, gain8, gain9, gain10]
-    property var bandRows: readBandRows()
+    // Names and centre frequencies of the bands, read again only when the number of rows changes.
+    readonly property var bandRows: readBandRows(bandList.count)
     property var history: []
-    readonly property var curveBands: bandRows.map(function (row, i) {
-        return { freq: row.freq, gain: i < gains.length ? gains[i] : 0 };
-    })
 
-    // Names and centre frequencies of the bands, by their "name" and "bandfreq" roles.
-    function readBandRows() {
+    function readBandRows(count) {
         const rows = [];
-        const count = Math.min(10, GainList.rowCount());
-        for (let i = 0; i < count; ++i) {
-            const index = GainList.index(i, 0);
-            rows.push({ name: String(GainList.data(index, Qt.UserRole + 2)),
-                        freq: Number(GainList.data(index, Qt.UserRole + 3)) });
-        }
+        for (let i = 0; i < Math.min(10, count); ++i)
+            rows.push({ name: bandList.objectAt(i).name, freq: bandList.objectAt(i).freq });
         return rows;
     }
 
@@ -39,14 +33,21 @@ Item {
         return [masterGain, gain1, gain2, gain3, gain4, gain5, gain6, gain7, gain8, gain9, gain10];
     }
 
-    function record(changes) {
-        history = Undo.record(history, currentPeqIdx, changes);
+    // Runs a change of several bands as one undo step.
+    function edit(act) {
+        history = Undo.around(history, currentPeqIdx, snapshot, act);
     }
 
-    function applyPreset(id) {
-        const before = snapshot();
-        setToPreset(id);
-        record(Undo.diff(before, snapshot()));
+    function record(band, before, after) {
+        history = Undo.record(history, currentPeqIdx, [{ band: band, from: before, to: after }]);
+    }
+
+    function undoLast() {
+        history = Undo.undoOn(history, {
+            peq: function () { return currentPeqIdx; },
+            changePeq: function (peq) { changePeq(peq); },
+            changeGain: function (band, gain) { return changeGain(band, gain); }
+        });
     }
 
     function savePreset(id, name) {
@@ -55,48 +56,19 @@ Item {
                                         : qsTr("Could not save to %1").arg(name));
     }
 
-    function resetBands() {
-        const before = snapshot();
-        resetGains();
-        record(Undo.diff(before, snapshot()));
-    }
-
-    function undoLast() {
-        history = Undo.undo(history, function (peq, band, gain) {
-            if (currentPeqIdx !== peq)
-                changePeq(peq);
-            return changeGain(band, gain);
-        });
-    }
-
-    // Gains marked beside the sliders: 0, the ends and the edges of the fine range, leaving out
-    // any that would crowd a mark already placed.
-    function scaleMarks(top, bottom) {
-        const marks = [];
-        const ys = [];
-        for (const db of [0, maxGain, minGain, 12, -12]) {
-            if (db > maxGain || db < minGain || marks.indexOf(db) >= 0)
-                continue;
-            const y = master.yAt(db);
-            if (ys.every(function (other) { return Math.abs(other - y) >= Theme.fontCaption * 1.2; })) {
-                marks.push(db);
-                ys.push(y);
-            }
-        }
-        return marks;
-    }
-
     // The core type's read-back after a speaker switch is announced with the mode's signal, so
     // the highlight depends on both.
     function coreTypeShown(modeIdx, coreTypeIdx) {
         return coreTypeIdx;
     }
 
-    Connections {
-        target: GainList
-        function onModelReset() {
-            if (page.bandRows.length !== Math.min(10, GainList.rowCount()))
-                page.bandRows = page.readBandRows();
+    // The band list's rows by their role names.
+    Instantiator {
+        id: bandList
+        model: GainList
+        delegate: QtObject {
+            readonly property string name: model.name
+            readonly property int freq: model.bandfreq
         }
     }
 
@@ -138,157 +110,21 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
 
-            Item {
-                id: sliders
+            GainBoard {
                 anchors.fill: parent
-
-                readonly property real scaleWidth: Math.round(Theme.fontCaption * 2.8)
-                readonly property real columnWidth: Math.floor((width - scaleWidth) / 11)
-
-                BandSlider {
-                    id: master
-                    band: 0
-                    width: sliders.columnWidth
-                    height: parent.height
-                    label: qsTr("Master")
-                    shown: masterGain
-                    from: minGain
-                    to: maxGain
-                    emphasised: true
-                    accessibleLabel: qsTr("Master gain")
-                    write: function (value) { return changeGain(0, value); }
-                    onStepDone: page.record([{ band: band, from: before, to: after }])
-                }
-
-                // The gain axis, between the master and the bands.
-                Item {
-                    id: scale
-                    x: master.width
-                    width: sliders.scaleWidth
-                    height: parent.height
-                    Accessible.ignored: true
-
-                    Rectangle {
-                        x: 0
-                        y: master.trackTop
-                        width: 1
-                        height: master.trackBottom - master.trackTop
-                        color: Theme.outline
-                    }
-                    Repeater {
-                        model: page.scaleMarks(master.trackTop, master.trackBottom)
-                        Text {
-                            anchors.right: parent.right
-                            anchors.rightMargin: Math.round(Theme.spacing / 2)
-                            y: master.yAt(modelData) - height / 2
-                            text: modelData > 0 ? "+" + modelData : String(modelData)
-                            color: modelData === 0 ? Theme.text : Theme.textDim
-                            font.pixelSize: Theme.fontCaption
-                        }
-                    }
-                    Text {
-                        anchors.right: parent.right
-                        anchors.rightMargin: Math.round(Theme.spacing / 2)
-                        anchors.top: parent.top
-                        text: qsTr("dB")
-                        color: Theme.textDim
-                        font.pixelSize: Theme.fontCaption
-                    }
-                }
-
-                Item {
-                    id: bandArea
-                    x: master.width + sliders.scaleWidth
-                    width: sliders.columnWidth * 10
-                    height: parent.height
-
-                    ResponseCurve {
-                        objectName: "responseCurve"
-                        anchors.fill: parent
-                        bands: page.curveBands
-                        from: minGain
-                        to: maxGain
-                        firstColumnX: sliders.columnWidth / 2
-                        columnStep: sliders.columnWidth
-                        topY: master.trackTop
-                        bottomY: master.trackBottom
-                    }
-
-                    Row {
-                        Repeater {
-                            model: 10
-
-                            BandSlider {
-                                readonly property string name: index < page.bandRows.length ? page.bandRows[index].name : String(index + 1)
-                                band: index + 1
-                                width: sliders.columnWidth
-                                height: bandArea.height
-                                label: name
-                                unit: Theme.compact ? "" : qsTr("Hz")
-                                shown: page.gains[index]
-                                from: minGain
-                                to: maxGain
-                                accessibleLabel: qsTr("Band %1 Hz").arg(name)
-                                write: function (value) { return changeGain(band, value); }
-                                onStepDone: page.record([{ band: band, from: before, to: after }])
-                            }
-                        }
-                    }
-                }
+                gains: page.gains
+                bandRows: page.bandRows
+                onStepDone: page.record(band, before, after)
             }
         }
 
-        RowLayout {
+        PresetBar {
             Layout.fillWidth: true
-            spacing: Theme.spacing
-
-            Text {
-                text: qsTr("Presets")
-                color: Theme.textDim
-                font.pixelSize: Theme.fontCaption
-            }
-            Repeater {
-                model: PresetList
-
-                PresetButton {
-                    objectName: "preset:" + model.name
-                    text: model.name
-                    Layout.preferredWidth: Math.max(implicitWidth, Math.round(Theme.touch * 1.8))
-                    selected: activatedPresetId === model.ID
-                    Accessible.name: activatedPresetId === model.ID
-                                     ? qsTr("Preset %1, active; hold to save").arg(model.name)
-                                     : qsTr("Preset %1; hold to save").arg(model.name)
-                    onClicked: page.applyPreset(model.ID)
-                    onPressAndHold: page.savePreset(model.ID, model.name)
-                }
-            }
-            Text {
-                Layout.fillWidth: true
-                text: qsTr("Hold to save")
-                color: Theme.textDim
-                font.pixelSize: Theme.fontCaption
-                elide: Text.ElideRight
-                visible: !Theme.compact
-            }
-            Item {
-                Layout.fillWidth: true
-                visible: Theme.compact
-            }
-            TouchButton {
-                objectName: "undo"
-                iconPath: Icons.undo
-                text: page.history.length > 0 ? qsTr("Undo (%1)").arg(page.history.length) : qsTr("Undo")
-                enabled: page.history.length > 0
-                Accessible.name: qsTr("Undo, %n step(s) left", "", page.history.length)
-                onClicked: page.undoLast()
-            }
-            TouchButton {
-                objectName: "reset"
-                iconPath: Icons.reset
-                text: qsTr("Reset")
-                Accessible.name: qsTr("Reset all bands to 0 dB")
-                onClicked: page.resetBands()
-            }
+            undoSteps: page.history.length
+            onApplyRequested: page.edit(function () { setToPreset(id); })
+            onSaveRequested: page.savePreset(id, name)
+            onUndoRequested: page.undoLast()
+            onResetRequested: page.edit(function () { resetGains(); })
         }
     }
 }

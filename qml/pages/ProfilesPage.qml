@@ -44,7 +44,7 @@ Item {
                     Layout.fillHeight: true
                     Layout.preferredWidth: 1
                     border.width: active ? 2 : 1
-                    border.color: active ? Theme.accent : "#222c38"
+                    border.color: active ? Theme.accent : Theme.divider
 
                     ColumnLayout {
                         anchors.fill: parent

@@ -12,77 +12,70 @@ Item {
 
     readonly property var offOn: [qsTr("Off"), qsTr("On")]
 
-    // Switching clear voice changes both modes but announces only itself, so the mode highlights
-    // depend on it as well.
-    function modeShown(cvc, modeIdx) {
-        return modeIdx;
+    // One row per setting: its picker's name, title, description and choices (`wide` for a switch).
+    readonly property var settings: [
+        { key: "cvc", title: qsTr("Clear voice"), description: qsTr("Echo and noise reduction on both call paths"),
+          choices: offOn, wide: true },
+        { key: "twoMic", title: qsTr("Two microphones"), description: qsTr("A second microphone to reject cabin noise"),
+          choices: offOn, wide: true },
+        { key: "sendMode", title: qsTr("Send mode"), description: qsTr("Processing of the microphone path"),
+          choices: Limits.voiceModes, wide: false },
+        { key: "receiveMode", title: qsTr("Receive mode"), description: qsTr("Processing of the loudspeaker path"),
+          choices: Limits.voiceModes, wide: false }
+    ]
+    // The choice each row shows, kept apart so that a change does not rebuild the rows. Switching
+    // clear voice changes both modes but announces only itself; this list reads them again then.
+    readonly property var chosen: [cvcMode ? 1 : 0, twoMicMode ? 1 : 0,
+                                   Limits.voiceModes.indexOf(currentCvcSendModeIdx),
+                                   Limits.voiceModes.indexOf(currentCvcRecvModeIdx)]
+
+    function pick(key, index) {
+        switch (key) {
+        case "cvc": changeCvcMode(index === 1); break;
+        case "twoMic": changeTwoMicMode(index === 1); break;
+        case "sendMode": changeCvcSendMode(Limits.voiceModes[index]); break;
+        case "receiveMode": changeCvcRecvMode(Limits.voiceModes[index]); break;
+        }
     }
 
     Panel {
         anchors.fill: parent
         anchors.margins: Theme.margin
 
+        // Labels in the first column, pickers in the second, one row per setting.
         GridLayout {
+            id: grid
             anchors.left: parent.left
             anchors.right: parent.right
             columns: 2
             columnSpacing: Theme.margin * 2
             rowSpacing: Theme.margin
 
-            SettingLabel {
-                Layout.preferredWidth: Math.round(parent.width * 0.36)
-                title: qsTr("Clear voice")
-                description: qsTr("Echo and noise reduction on both call paths")
-            }
-            SegmentedPicker {
-                objectName: "cvc"
-                model: page.offOn
-                minimumSegmentWidth: Theme.touch * 2
-                currentIndex: cvcMode ? 1 : 0
-                accessibleCaption: qsTr("Clear voice")
-                onPicked: changeCvcMode(index === 1)
-            }
+            Repeater {
+                model: page.settings
 
-            SettingLabel {
-                Layout.preferredWidth: Math.round(parent.width * 0.36)
-                title: qsTr("Two microphones")
-                description: qsTr("A second microphone to reject cabin noise")
+                SettingLabel {
+                    Layout.row: index
+                    Layout.column: 0
+                    Layout.preferredWidth: Math.round(grid.width * 0.36)
+                    title: modelData.title
+                    description: modelData.description
+                }
             }
-            SegmentedPicker {
-                objectName: "twoMic"
-                accessibleCaption: qsTr("Two microphones")
-                model: page.offOn
-                minimumSegmentWidth: Theme.touch * 2
-                currentIndex: twoMicMode ? 1 : 0
-                onPicked: changeTwoMicMode(index === 1)
-            }
+            Repeater {
+                model: page.settings
 
-            SettingLabel {
-                Layout.preferredWidth: Math.round(parent.width * 0.36)
-                title: qsTr("Send mode")
-                description: qsTr("Processing of the microphone path")
-            }
-            SegmentedPicker {
-                objectName: "sendMode"
-                accessibleCaption: qsTr("Send mode")
-                model: Limits.voiceModes
-                labelFor: function (mode) { return String(mode); }
-                currentIndex: Limits.voiceModes.indexOf(page.modeShown(cvcMode, currentCvcSendModeIdx))
-                onPicked: changeCvcSendMode(Limits.voiceModes[index])
-            }
-
-            SettingLabel {
-                Layout.preferredWidth: Math.round(parent.width * 0.36)
-                title: qsTr("Receive mode")
-                description: qsTr("Processing of the loudspeaker path")
-            }
-            SegmentedPicker {
-                objectName: "receiveMode"
-                accessibleCaption: qsTr("Receive mode")
-                model: Limits.voiceModes
-                labelFor: function (mode) { return String(mode); }
-                currentIndex: Limits.voiceModes.indexOf(page.modeShown(cvcMode, currentCvcRecvModeIdx))
-                onPicked: changeCvcRecvMode(Limits.voiceModes[index])
+                SegmentedPicker {
+                    Layout.row: index
+                    Layout.column: 1
+                    objectName: modelData.key
+                    accessibleCaption: modelData.title
+                    model: modelData.choices
+                    labelFor: function (choice) { return String(choice); }
+                    minimumSegmentWidth: modelData.wide ? Theme.touch * 2 : Theme.touch
+                    currentIndex: page.chosen[index]
+                    onPicked: page.pick(modelData.key, index)
+                }
             }
         }
     }

@@ -1,0 +1,65 @@
+import QtQuick 2.15
+import QtQuick.Layouts 1.15
+
+// The presets (a tap applies one, a hold saves the gains now shown into it), undo and reset. The
+// bar only asks; the page does the work.
+RowLayout {
+    id: bar
+
+    property int undoSteps: 0
+
+    signal applyRequested(int id)
+    signal saveRequested(int id, string name)
+    signal undoRequested()
+    signal resetRequested()
+
+    spacing: Theme.spacing
+
+    Text {
+        text: qsTr("Presets")
+        color: Theme.textDim
+        font.pixelSize: Theme.fontCaption
+    }
+    Repeater {
+        model: PresetList
+
+        PresetButton {
+            objectName: "preset:" + model.name
+            text: model.name
+            Layout.preferredWidth: Math.max(implicitWidth, Math.round(Theme.touch * 1.8))
+            selected: activatedPresetId === model.ID
+            Accessible.name: activatedPresetId === model.ID
+                             ? qsTr("Preset %1, active; hold to save").arg(model.name)
+                             : qsTr("Preset %1; hold to save").arg(model.name)
+            onClicked: bar.applyRequested(model.ID)
+            onPressAndHold: bar.saveRequested(model.ID, model.name)
+        }
+    }
+    Text {
+        Layout.fillWidth: true
+        text: qsTr("Hold to save")
+        color: Theme.textDim
+        font.pixelSize: Theme.fontCaption
+        elide: Text.ElideRight
+        visible: !Theme.compact
+    }
+    Item {
+        Layout.fillWidth: true
+        visible: Theme.compact
+    }
+    TouchButton {
+        objectName: "undo"
+        iconPath: Icons.undo
+        text: bar.undoSteps > 0 ? qsTr("Undo (%1)").arg(bar.undoSteps) : qsTr("Undo")
+        enabled: bar.undoSteps > 0
+        Accessible.name: qsTr("Undo, %n step(s) left", "", bar.undoSteps)
+        onClicked: bar.undoRequested()
+    }
+    TouchButton {
+        objectName: "reset"
+        iconPath: Icons.reset
+        text: qsTr("Reset")
+        Accessible.name: qsTr("Reset all bands to 0 dB")
+        onClicked: bar.resetRequested()
+    }
+}
