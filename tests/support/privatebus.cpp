@@ -22,7 +22,7 @@ QString currentUserName()
 
 } // namespace
 
-PrivateBus::PrivateBus()
+PrivateBus::PrivateBus(const QString &extraPolicy)
 {
     hadAddress = qEnvironmentVariableIsSet("DBUS_SYSTEM_BUS_ADDRESS");
     savedAddress = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
@@ -44,8 +44,8 @@ PrivateBus::PrivateBus()
         "<busconfig>\n<type>system</type>\n<listen>unix:path=%1/system_bus_socket</listen>\n"
         "<auth>EXTERNAL</auth>\n%2"
         "<policy user=\"%3\">\n  <allow send_destination=\"org.freedesktop.DBus\" "
-        "send_interface=\"org.freedesktop.DBus.Monitoring\"/>\n</policy>\n</busconfig>\n")
-        .arg(dir.path(), policies, currentUserName());
+        "send_interface=\"org.freedesktop.DBus.Monitoring\"/>\n</policy>\n%4</busconfig>\n")
+        .arg(dir.path(), policies, currentUserName(), extraPolicy);
     QFile configFile(dir.filePath(QStringLiteral("system.conf")));
     if (!configFile.open(QIODevice::WriteOnly) || configFile.write(config.toUtf8()) < 0) {
         error = QStringLiteral("cannot write %1").arg(configFile.fileName());

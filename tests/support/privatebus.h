@@ -27,7 +27,8 @@
 class PrivateBus
 {
 public:
-    PrivateBus();
+    // extraPolicy: <policy> elements read after the system's, such as a name a test's service owns.
+    explicit PrivateBus(const QString &extraPolicy = QString());
     ~PrivateBus();
 
     bool isRunning() const;
