@@ -16,6 +16,12 @@ const char tag[] = "<Equalizer - MsgThread>";
 const char inboundInterface[] = "zk.app.Equalizer.interface";
 const char matchRule[] = "type='signal',interface='zk.app.Equalizer.interface'";
 
+bool readable(int fd)
+{
+    pollfd ready = {fd, POLLIN, 0};
+    return poll(&ready, 1, 0) > 0 && (ready.revents & POLLIN);
+}
+
 } // namespace
 
 MsgThread::MsgThread(QObject *parent)
@@ -98,33 +104,46 @@ void MsgThread::run()
     puts("Radio recv dbus deamon exit ");
 }
 
-// Polls without blocking inside libdbus. Stop requests are looked at only when the queue is empty,
-// so a burst of queued signals is always handled in one pass.
+// Waits in poll() on the bus socket and the stop descriptor, never inside libdbus. Stop requests
+// are looked at only when the queue is empty, so a burst of queued signals is always handled in
+// one pass.
 void MsgThread::receive(DBusConnection *bus)
 {
     for (;;) {
-        // False once the bus has gone away: nothing can arrive any more, so the loop ends and
+        while (DBusMessage *message = dbus_connection_pop_message(bus)) {
+            if (dbus_message_is_signal(message, inboundInterface, "resume")) {
+                QMessageLogger().debug("%s ---- received resume message\r\n", tag);
+                emit appResume();
+            } else {
+                QMessageLogger().debug("warning unknown message.ignore..\r\n");
+            }
+            dbus_message_unref(message);
+        }
+        // No socket once the bus has gone away: nothing can arrive any more, so the loop ends and
         // run() reports it like a bus that was never there.
-        const bool connected = dbus_connection_read_write(bus, 0);
-        DBusMessage *message = dbus_connection_pop_message(bus);
-        if (!message) {
-            if (!connected || !pause())
-                return;
-            continue;
-        }
-        if (dbus_message_is_signal(message, inboundInterface, "resume")) {
-            QMessageLogger().debug("%s ---- received resume message\r\n", tag);
-            emit appResume();
-        } else {
-            QMessageLogger().debug("warning unknown message.ignore..\r\n");
-        }
-        dbus_message_unref(message);
+        int socket = -1;
+        if (!dbus_connection_get_unix_fd(bus, &socket) || !pause(socket) || !readAvailable(bus))
+            return;
     }
 }
 
-bool MsgThread::pause()
+// libdbus reads a few KiB per call: reading on until the socket is drained makes a large message
+// whole as soon as its last byte is here. Ends early once a message is queued, so that a flood
+// cannot keep the loop from handling what has come.
+bool MsgThread::readAvailable(DBusConnection *bus)
 {
-    pollfd wake = {wakeFd, POLLIN, 0};
-    const int ready = poll(&wake, 1, 1000);
-    return ready == 0 || (ready < 0 && errno == EINTR);
+    int socket = -1;
+    do {
+        if (!dbus_connection_read_write(bus, 0))
+            return false;
+    } while (dbus_connection_get_dispatch_status(bus) != DBUS_DISPATCH_DATA_REMAINS
+             && dbus_connection_get_unix_fd(bus, &socket) && readable(socket));
+    return true;
+}
+
+// Up to a second between wake-ups, as the loop always had; false once stop() has been called.
+bool MsgThread::pause(int socket)
+{
+    pollfd fds[2] = {{socket, POLLIN, 0}, {wakeFd, POLLIN, 0}};
+    return poll(fds, 2, 1000) >= 0 ? !fds[1].revents : errno == EINTR;
 }

@@ -16,7 +16,7 @@ public:
     // Stops the loop, joins the thread and drops the connection.
     ~MsgThread() override;
 
-    // Asks the receive loop to end and wakes it from its one-second pause. Returns at once; the
+    // Asks the receive loop to end and wakes it from its wait for the bus. Returns at once; the
     // owner joins with wait(). Final: a loop started after it ends once the queue is drained.
     void stop();
 
@@ -32,8 +32,10 @@ protected:
 private:
     void sendMessage(const char *member);
     void receive(DBusConnection *bus);
-    // One second between polls; false once stop() has been called.
-    bool pause();
+    // Waits until the bus socket has data, at most one second; false once stop() has been called.
+    bool pause(int socket);
+    // Reads what the socket holds until a message is complete; false once the bus is gone.
+    bool readAvailable(DBusConnection *bus);
 
     DBusConnection *connection = nullptr;
     int wakeFd = -1;

@@ -55,22 +55,27 @@ private slots:
     {
         QTest::addColumn<QStringList>("sent");
         QTest::addColumn<QStringList>("logged");
+        QTest::addColumn<int>("padding"); // bytes of a signal sent first, straight to the loop's connection
         // The bus greets every new connection first (NameAcquired), which the loop does not know.
         // A closing "resume" marks the point where everything sent before it has been handled.
         QTest::newRow("resume: one appResume, one line")
-            << QStringList{"zk.app.Equalizer.interface.resume"} << QStringList{unknown, resumed};
+            << QStringList{"zk.app.Equalizer.interface.resume"} << QStringList{unknown, resumed} << 0;
         QTest::newRow("minimize on the same interface: a warning only")
             << QStringList{"zk.app.Equalizer.interface.minimize", "zk.app.Equalizer.interface.resume"}
-            << QStringList{unknown, unknown, resumed};
+            << QStringList{unknown, unknown, resumed} << 0;
         QTest::newRow("resume on another interface: never delivered")
             << QStringList{"zk.app.Other.interface.resume", "zk.app.Equalizer.interface.resume"}
-            << QStringList{unknown, resumed};
+            << QStringList{unknown, resumed} << 0;
+        // Read a few KiB a second, it would hold the resume up for minutes.
+        QTest::newRow("1 MiB signal on another interface, then resume: handled as soon as it is in")
+            << QStringList{"zk.app.Equalizer.interface.resume"} << QStringList{unknown, unknown, resumed} << (1 << 20);
     }
     void receive()
     {
         EQ_RUN_IN_OWN_PROCESS();
         QFETCH(QStringList, sent);
         QFETCH(QStringList, logged);
+        QFETCH(int, padding);
         PrivateBus bus;
         QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
         QVERIFY(bus.startMonitor());
@@ -81,9 +86,21 @@ private slots:
         thread.start();
         QVERIFY(bus.waitForMonitor(subscribed));
 
+        if (padding) {
+            DBusConnection *shared = dbus_bus_get(DBUS_BUS_SYSTEM, nullptr);
+            DBusMessage *large = dbus_message_new_signal("/", "zk.app.Other.interface", "pad");
+            dbus_message_set_destination(large, dbus_bus_get_unique_name(shared));
+            const QByteArray bytes(padding, 'x');
+            const char *data = bytes.constData();
+            dbus_message_append_args(large, DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &data, padding, DBUS_TYPE_INVALID);
+            QVERIFY(dbus_connection_send(shared, large, nullptr));
+            dbus_connection_flush(shared);
+            dbus_message_unref(large);
+            dbus_connection_unref(shared);
+        }
         for (const QString &signal : sent)
             QVERIFY(bus.sendSignal(QStringLiteral("/"), signal));
-        QTRY_COMPARE(resumes.load(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(resumes.load(), 1, 3000);
         thread.stop();
         QVERIFY(thread.wait(5000));
         QCOMPARE(resumes.load(), 1);
