@@ -1,7 +1,7 @@
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
+import QtQuick.Window 2.15
 import "components"
-import "pages"
 
 // The equaliser's touch scene. The controller is the root context object: every control shows
 // one of its properties and changes it only through one of its slots.
@@ -10,14 +10,16 @@ Rectangle {
 
     // The pages in rail order; demo mode keeps only those a passenger may play with.
     readonly property var pages: [
-        { key: "equalizer", title: qsTr("Equalizer"), icon: Icons.equalizer, installer: false },
-        { key: "soundField", title: qsTr("Sound field"), icon: Icons.soundField, installer: false },
-        { key: "bass", title: qsTr("Bass"), icon: Icons.bass, installer: true },
-        { key: "voice", title: qsTr("Voice call"), icon: Icons.voice, installer: true },
-        { key: "profiles", title: qsTr("Profiles"), icon: Icons.profiles, installer: true }
+        { key: "equalizer", file: "pages/EqualizerPage.qml", title: qsTr("Equalizer"), icon: Icons.equalizer, installer: false },
+        { key: "soundField", file: "pages/SoundFieldPage.qml", title: qsTr("Sound field"), icon: Icons.soundField, installer: false },
+        { key: "bass", file: "pages/BassPage.qml", title: qsTr("Bass"), icon: Icons.bass, installer: true },
+        { key: "voice", file: "pages/VoicePage.qml", title: qsTr("Voice call"), icon: Icons.voice, installer: true },
+        { key: "profiles", file: "pages/ProfilesPage.qml", title: qsTr("Profiles"), icon: Icons.profiles, installer: true }
     ]
     property int currentPage: 0
     readonly property int shownPage: DemoMode && pages[currentPage].installer ? 0 : currentPage
+    // Set after the first frame: the pages not on screen are then made in the idle time.
+    property bool settled: false
 
     objectName: "root"
     width: 1280
@@ -55,25 +57,24 @@ Rectangle {
         anchors.right: parent.right
         currentIndex: root.shownPage
 
-        EqualizerPage {
-            onNotify: toast.show(message)
-        }
-        SoundFieldPage {
-        }
-        Loader {
-            active: !DemoMode
-            sourceComponent: BassPage {}
-        }
-        Loader {
-            active: !DemoMode
-            sourceComponent: VoicePage {}
-        }
-        Loader {
-            active: !DemoMode
-            sourceComponent: ProfilesPage {
+        // A count rather than the list itself, so that the pages outlive a new list of titles.
+        Repeater {
+            model: root.pages.length
+
+            PageLoader {
+                source: Qt.resolvedUrl(root.pages[index].file)
+                shown: root.shownPage === index
+                allowed: !(DemoMode && root.pages[index].installer)
+                early: root.settled
                 onNotify: toast.show(message)
             }
         }
+    }
+
+    Connections {
+        target: root.Window.window
+        enabled: !root.settled
+        function onFrameSwapped() { root.settled = true; }
     }
 
     Toast {
