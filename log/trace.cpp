@@ -1,7 +1,9 @@
 #include "log/trace.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 
 namespace Trace {
 
@@ -22,14 +24,24 @@ void reportLevel(int level, const Flags &flags)
            int(flags.d));
 }
 
+// Formatted whole and handed over in one call: stdio serialises calls, not lines, so pieces written
+// one by one could have another thread's line between them.
 void line(const char *format, ...)
 {
-    printf("%s", "<Equalizer>");
+    std::string text = "<Equalizer>";
+    const size_t start = text.size();
     va_list args;
     va_start(args, format);
-    vprintf(format, args);
+    va_list again;
+    va_copy(again, args);
+    const size_t length = size_t(std::max(vsnprintf(nullptr, 0, format, args), 0));
     va_end(args);
-    printf("\n");
+    // Room for the message and its terminating zero, which the newline then replaces.
+    text.resize(start + length + 1);
+    vsnprintf(&text[start], length + 1, format, again);
+    va_end(again);
+    text.back() = '\n';
+    fwrite(text.data(), 1, text.size(), stdout);
 }
 
 } // namespace Trace

@@ -18,7 +18,8 @@ Flags flagsForLevel(int level);
 // Prints "debugLevel: N" and the "LOG level: e, f, i, d = ..." line; written whatever the level.
 void reportLevel(int level, const Flags &flags);
 
-// Writes the tag "<Equalizer>", the formatted message and a newline.
+// Writes the tag "<Equalizer>", the formatted message and a newline, all in one write to standard
+// output (which main() makes line-buffered), so that lines of other threads never fall inside it.
 void line(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 } // namespace Trace
