@@ -23,6 +23,7 @@ struct Identity
 {
     int uid = -1;
     int gid = -1;
+    int group = -1; // a supplementary group
 };
 
 QString env(const char *name)
@@ -34,6 +35,18 @@ Identity hostIdentity(const QString &user)
 {
     const passwd *pw = ::getpwnam(user.toLocal8Bit().constData());
     return pw ? Identity{int(pw->pw_uid), int(pw->pw_gid)} : Identity{};
+}
+
+int groupIn(const QString &groupFile, const QString &group)
+{
+    QFile file(groupFile);
+    file.open(QIODevice::ReadOnly | QIODevice::Text);
+    while (!file.atEnd()) {
+        const QStringList f = QString::fromUtf8(file.readLine()).split(QLatin1Char(':'));
+        if (f.size() == 4 && f[0] == group)
+            return f[2].toInt();
+    }
+    return -1;
 }
 
 Identity identityIn(const QString &passwdFile, const QString &user)
@@ -173,8 +186,12 @@ private slots:
     void signalReachesListener_data();
     void signalReachesListener();
     void applicationShowsOnlyForTheManager();
+    void controlInterface_data();
+    void controlInterface();
 
 private:
+    void startApplication();
+    QStringList as(const QString &user) const;
     bool startBus(bool withServiceUser);
     bool send(const QString &sender, const QString &path, const QString &signal);
     QString prepareServiceUser();
@@ -187,6 +204,9 @@ private:
     QHash<QString, Identity> senders;
     QString serviceUserProblem;
     bool namespaces = false;
+    QString program; // the copy the service user runs
+    QProcess app;
+    QByteArray output;
 };
 
 // Accounts of this machine plus the service user, made by the shipped sysusers entry. Returns the
@@ -288,12 +308,14 @@ void tst_BusPolicy::initTestCase()
     senders.insert(QStringLiteral("nobody"), hostIdentity(QStringLiteral("nobody")));
     senders.insert(QStringLiteral("activity manager"), hostIdentity(env("EQ_ACTIVITY_MANAGER_USER")));
     senders.insert(QStringLiteral("service"), hostIdentity(serviceUser));
+    QString groupFile = QStringLiteral("/etc/group");
     if (senders.value(QStringLiteral("service")).uid >= 0) {
         QVERIFY2(startBus(false), qPrintable(busLog));
     } else {
         const QString passwd = prepareServiceUser();
         if (namespaces && !passwd.isEmpty() && startBus(true)) {
             senders.insert(QStringLiteral("service"), identityIn(passwd, serviceUser));
+            groupFile = tmp.path() + QStringLiteral("/accounts/etc/group");
         } else {
             if (serviceUserProblem.isEmpty())
                 serviceUserProblem = namespaces ? QStringLiteral("the bus did not start with its accounts: ") + busLog
@@ -301,11 +323,20 @@ void tst_BusPolicy::initTestCase()
             QVERIFY2(startBus(false), qPrintable(busLog));
         }
     }
+    // nobody, also in the control group of the accounts the bus reads.
+    Identity member = senders.value(QStringLiteral("nobody"));
+    member.group = groupIn(groupFile, QStringLiteral("equalizer-control"));
+    senders.insert(QStringLiteral("control group member"), member);
+    senders.insert(QStringLiteral("root"), Identity{0, 0});
     QVERIFY2(listener.connect(address), qPrintable(address));
 }
 
 void tst_BusPolicy::cleanupTestCase()
 {
+    if (app.state() != QProcess::NotRunning) {
+        app.terminate();
+        QVERIFY(app.waitForFinished());
+    }
     if (bus.state() != QProcess::NotRunning) {
         bus.terminate();
         bus.waitForFinished();
@@ -356,9 +387,12 @@ void tst_BusPolicy::signalReachesListener()
 }
 
 // The real program, run as the service user as its unit runs it (only the display is offscreen), in
-// a mount namespace whose /var/lib is empty but for its private state folder.
-void tst_BusPolicy::applicationShowsOnlyForTheManager()
+// a mount namespace whose /var/lib is empty but for its private state folder: once, for every test
+// that needs it. It has no sound card here; its mixer commands fail.
+void tst_BusPolicy::startApplication()
 {
+    if (app.state() != QProcess::NotRunning)
+        return;
     const Identity service = senders.value(QStringLiteral("service"));
     if (service.uid < 0)
         QSKIP(qPrintable(QStringLiteral("no service user here: ") + serviceUserProblem));
@@ -377,14 +411,14 @@ void tst_BusPolicy::applicationShowsOnlyForTheManager()
     // A copy of the program and its scene, laid out as in the build tree, where the service user
     // can reach it wherever the build tree is.
     const QString copy = tmp.path() + QStringLiteral("/program");
+    program = copy + QStringLiteral("/bin/");
     QVERIFY(QDir().mkpath(copy + QStringLiteral("/bin")));
-    QCOMPARE(QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), env("EQ_BUILD_DIR") + QStringLiteral("/bin/equalizer"),
-                                                      copy + QStringLiteral("/bin/")}), 0);
+    for (const char *binary : {"/bin/equalizer", "/bin/equalizerctl"})
+        QCOMPARE(QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), env("EQ_BUILD_DIR") + QLatin1String(binary), program}), 0);
     QCOMPARE(QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-a"), env("EQ_BUILD_DIR") + QStringLiteral("/usr"), copy}), 0);
     QCOMPARE(QProcess::execute(QStringLiteral("chmod"), {QStringLiteral("-R"), QStringLiteral("go+rX"), copy}), 0);
     command << QStringLiteral("stdbuf") << QStringLiteral("-oL") << QStringLiteral("-eL")
             << copy + QStringLiteral("/bin/equalizer");
-    QProcess app;
     app.setProcessChannelMode(QProcess::MergedChannels);
     app.start(QStringLiteral("unshare"),
               QStringList{QStringLiteral("--mount"), QStringLiteral("--"), QStringLiteral("sh"), QStringLiteral("-c"),
@@ -395,13 +429,20 @@ void tst_BusPolicy::applicationShowsOnlyForTheManager()
                   + command);
     QVERIFY(app.waitForStarted());
     const bool subscribed = waitForMatchRule(address, rule);
-    QByteArray output = app.readAll();
+    output = app.readAll();
     if (!subscribed) {
         app.kill();
         app.waitForFinished();
         QFAIL(qPrintable(QStringLiteral("the application never subscribed to its signals:\n")
                          + QString::fromLocal8Bit(output + app.readAll())));
     }
+}
+
+void tst_BusPolicy::applicationShowsOnlyForTheManager()
+{
+    startApplication();
+    if (app.state() == QProcess::NotRunning)
+        return; // skipped or failed above
 
     const QString resume = QStringLiteral("zk.app.Equalizer.interface.resume");
     bool left = false;
@@ -419,9 +460,90 @@ void tst_BusPolicy::applicationShowsOnlyForTheManager()
     listener.signalsUntilSenderLeaves(&left);
     QVERIFY2(waitForOutput(app, output, unknown, unknownSoFar + 1), output.constData());
     QCOMPARE(output.count("<Equalizer>show"), 1);
+}
 
-    app.terminate();
-    QVERIFY(app.waitForFinished());
+// A caller's rights on the control interface, with dbus-send or with equalizerctl (whose exit status
+// 3 is "not allowed"). A call let through reaches the program, which answers or reports its own error.
+void tst_BusPolicy::controlInterface_data()
+{
+    QTest::addColumn<QString>("caller");
+    QTest::addColumn<QStringList>("call");
+    QTest::addColumn<bool>("denied");
+
+    const QString nobody = QStringLiteral("nobody"), member = QStringLiteral("control group member");
+    const QString control = QStringLiteral("zk.app.Equalizer.Control1."), properties = QStringLiteral("org.freedesktop.DBus.Properties.");
+    const QList<QStringList> changes = {
+        {"SetVolume", "int32:10"}, {"AdjustVolume", "int32:1"}, {"SetSpeaker", "string:Spk1"}, {"SetMode", "string:mute"},
+        {"SetCoreType", "string:HQ"}, {"SetGain", "uint32:1", "int32:3"}, {"AdjustGain", "uint32:1", "int32:1"},
+        {"ApplyPreset", "string:Bass"}, {"SavePreset", "string:Bass"}, {"ApplyProfile", "string:Default Profile"},
+        {"SetSweetSpot", "int32:1"}, {"SetDbe", "string:DBEMixBalance", "int32:40"}, {"SetChannelDelay", "uint32:1", "int32:10"},
+        {"SetCvcMode", "boolean:false"}, {"SetTwoMicMode", "boolean:true"}, {"SetCvcSendMode", "int32:2"},
+        {"SetCvcRecvMode", "int32:2"}, {"Import", "string:Filter 1: ON PK Fc 60 Hz Gain 1 dB", "boolean:true", "uint64:0"}};
+    for (QStringList change : changes) {
+        const QString method = change.takeFirst();
+        QTest::addRow("nobody: %s denied", qPrintable(method)) << nobody << QStringList{control + method} + change << true;
+    }
+    const QStringList volume = {"string:zk.app.Equalizer.Control1", "string:Volume"};
+    QTest::newRow("nobody: Get") << nobody << QStringList{properties + "Get"} + volume << false;
+    QTest::newRow("nobody: GetAll") << nobody << QStringList{properties + "GetAll", "string:zk.app.Equalizer.Control1"} << false;
+    QTest::newRow("nobody: Set denied") << nobody << QStringList{properties + "Set"} + volume + QStringList{"variant:int32:10"} << true;
+    QTest::newRow("nobody: Export") << nobody << QStringList{control + "Export", "string:apo"} << false;
+    QTest::newRow("nobody: Introspect") << nobody << QStringList{"org.freedesktop.DBus.Introspectable.Introspect"} << false;
+    QTest::newRow("nobody: owning the name denied") << nobody
+        << QStringList{"--dest=org.freedesktop.DBus", "org.freedesktop.DBus.RequestName", "string:zk.app.Equalizer", "uint32:0"} << true;
+    QTest::newRow("nobody: equalizerctl volume 10 denied") << nobody << QStringList{"equalizerctl", "volume", "10"} << true;
+    QTest::newRow("group member: SetGain") << member << QStringList{control + "SetGain", "uint32:1", "int32:3"} << false;
+    QTest::newRow("group member: equalizerctl volume 10") << member << QStringList{"equalizerctl", "volume", "10"} << false;
+    QTest::newRow("root: SetVolume") << QStringLiteral("root") << QStringList{control + "SetVolume", "int32:10"} << false;
+}
+
+void tst_BusPolicy::controlInterface()
+{
+    QFETCH(QString, caller);
+    QFETCH(QStringList, call);
+    QFETCH(bool, denied);
+
+    const Identity identity = senders.value(caller);
+    if (identity.uid < 0 || (caller.startsWith(QLatin1String("control")) && identity.group < 0))
+        QSKIP(qPrintable(caller + QStringLiteral(" has no account here")));
+    startApplication();
+    if (app.state() == QProcess::NotRunning)
+        return; // skipped or failed above
+    // The program owns its name once the sound state is restored.
+    QVERIFY(QTest::qWaitFor([&] {
+        return QProcess::execute(QStringLiteral("dbus-send"), {QStringLiteral("--bus=") + address, QStringLiteral("--print-reply"),
+                                 QStringLiteral("--dest=zk.app.Equalizer"), QStringLiteral("/zk/app/Equalizer"),
+                                 QStringLiteral("org.freedesktop.DBus.Peer.Ping")}) == 0;
+    }, 60000));
+
+    const bool client = call.first() == QLatin1String("equalizerctl");
+    QStringList command = as(caller);
+    if (client)
+        command << QStringLiteral("env") << QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS=") + address << program + call.takeFirst() << call;
+    else if (call.first().startsWith(QLatin1String("--dest=")))
+        command << QStringLiteral("dbus-send") << QStringLiteral("--bus=") + address << QStringLiteral("--print-reply") << call.takeFirst()
+                << QStringLiteral("/org/freedesktop/DBus") << call;
+    else
+        command << QStringLiteral("dbus-send") << QStringLiteral("--bus=") + address << QStringLiteral("--print-reply")
+                << QStringLiteral("--dest=zk.app.Equalizer") << QStringLiteral("/zk/app/Equalizer") << call;
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QStringLiteral("setpriv"), command);
+    QVERIFY(process.waitForFinished(60000));
+    const QByteArray reply = process.readAll();
+    if (client) {
+        QVERIFY2((process.exitCode() == 3) == denied, reply.constData());
+        return;
+    }
+    QVERIFY2(reply.contains("org.freedesktop.DBus.Error.AccessDenied") == denied, reply.constData());
+    QVERIFY2(denied || process.exitCode() == 0 || reply.contains("zk.app.Equalizer.Error."), reply.constData());
+}
+
+QStringList tst_BusPolicy::as(const QString &user) const
+{
+    const Identity identity = senders.value(user);
+    return {QStringLiteral("--reuid=%1").arg(identity.uid), QStringLiteral("--regid=%1").arg(identity.gid),
+            identity.group < 0 ? QStringLiteral("--clear-groups") : QStringLiteral("--groups=%1").arg(identity.group)};
 }
 
 bool tst_BusPolicy::send(const QString &sender, const QString &path, const QString &signal)
