@@ -1,5 +1,6 @@
 #include "viewer/qtquick2applicationviewer.h"
 #include "app/startup.h"
+#include "app/termination.h"
 #include "control/controlservice.h"
 #include "equalizer/equalizer.h"
 
@@ -14,6 +15,7 @@ int main(int argc, char *argv[])
 
     Startup::runOptionLoop(argc, argv);
     QGuiApplication app(argc, argv);
+    Termination::quitOnSignals(app);
     Startup::registerTypes();
 
     int result;
