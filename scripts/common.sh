@@ -17,6 +17,16 @@ EQ_PACKAGES=(
     util-linux systemd
 )
 
+# What scripts/test --arch arm64 adds: the cross compiler, the emulator, and the target's own
+# libraries and QML modules (the native build machine's tools, moc and amixer among them, stay).
+EQ_ARM64_PACKAGES=(
+    g++-aarch64-linux-gnu qemu-user-static
+    qtbase5-dev:arm64 qtdeclarative5-dev:arm64 libdbus-1-dev:arm64 libasound2-dev:arm64
+    qml-module-qtquick2:arm64 qml-module-qtquick-window2:arm64 qml-module-qtquick-layouts:arm64
+    qml-module-qtquick-controls2:arm64 qml-module-qtquick-shapes:arm64 qml-module-qttest:arm64
+    libgl1-mesa-dri:arm64 libglx-mesa0:arm64 libegl-mesa0:arm64
+)
+
 # Long output goes to a log beside the build; the terminal gets one line per step, and the log's
 # tail when a step fails.
 eq_log() {
