@@ -60,8 +60,11 @@ ControlService::ControlService(Equalizer &equalizer, QObject *parent)
     , bus(QString())
 {
     qDBusRegisterMetaType<QMap<QString, int>>();
-    QMetaType::registerEqualsComparator<QList<int>>();
-    QMetaType::registerEqualsComparator<QMap<QString, int>>();
+    // The announcement compares property values as variants.
+    if (!QMetaType::hasRegisteredComparators<QList<int>>()) {
+        QMetaType::registerEqualsComparator<QList<int>>();
+        QMetaType::registerEqualsComparator<QMap<QString, int>>();
+    }
 
     catalogue.speakers = names(eq.peqList());
     catalogue.modes = names(eq.modeList());
