@@ -4,6 +4,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace IniCheck {
@@ -125,42 +126,27 @@ QStringList valueElements(const QByteArray &text, int i, int to)
     };
 
     skipBlanks();
-    bool chopAtEnd = true;
     while (i < to) {
         const char c = text[i];
         if (c == '\\') {
-            if (++i >= to) {
-                chopAtEnd = false;
-                break;
+            if (++i < to) {
+                const char e = text[i++];
+                const auto simple = std::find_if(std::begin(escapes), std::end(escapes),
+                                                 [e](const char *pair) { return pair[0] == e; });
+                const bool hex = e == 'x' && i < to && isHexDigit(text[i]);
+                if (simple != std::end(escapes)) {
+                    current += QLatin1Char((*simple)[1]);
+                } else if (hex || (e >= '0' && e <= '7')) {
+                    // Any number of digits; only the low 16 bits survive.
+                    quint32 code = hex ? 0 : quint32(e - '0');
+                    for (; i < to && (hex ? isHexDigit(text[i]) : (text[i] >= '0' && text[i] <= '7')); ++i) {
+                        const char d = text[i];
+                        code = code * (hex ? 16 : 8) + quint32(d <= '9' ? d - '0' : (d | 0x20) - 'a' + 10);
+                    }
+                    current += QChar(ushort(code & 0xffff));
+                } // any other escaped character is dropped
             }
-            const char e = text[i++];
-            const auto simple = std::find_if(std::begin(escapes), std::end(escapes),
-                                             [e](const char *pair) { return pair[0] == e; });
-            if (simple != std::end(escapes)) {
-                current += QLatin1Char((*simple)[1]);
-            } else if (e == 'x' || (e >= '0' && e <= '7')) {
-                const bool hex = e == 'x';
-                if (hex && (i >= to || !isHexDigit(text[i]))) {
-                    chopAtEnd = i < to;
-                    if (!chopAtEnd)
-                        break;
-                    chopLimit = current.size();
-                    continue;
-                }
-                // Only the low 16 bits survive, however many digits there are.
-                quint32 code = hex ? 0 : quint32(e - '0');
-                for (; i < to && (hex ? isHexDigit(text[i]) : (text[i] >= '0' && text[i] <= '7')); ++i) {
-                    const char d = text[i];
-                    const quint32 digit = d <= '9' ? quint32(d - '0') : quint32((d | 0x20) - 'a' + 10);
-                    code = code * (hex ? 16 : 8) + digit;
-                }
-                current += QChar(ushort(code & 0xffff));
-                if (i >= to) {
-                    chopAtEnd = false;
-                    break;
-                }
-            }
-            chopLimit = current.size();
+            chopLimit = current.size(); // what an escape gives is never trimmed
         } else if (c == '"') {
             ++i;
             quoted = true;
@@ -182,8 +168,7 @@ QStringList valueElements(const QByteArray &text, int i, int to)
             i = j;
         }
     }
-    if (chopAtEnd)
-        chop();
+    chop();
     elements << current;
     return elements;
 }
@@ -251,9 +236,14 @@ bool damaged(const QByteArray &text, const Line &line, bool moreBelow, QString &
             break;
         }
     }
+    // Searches stay within the line, so that a long file of broken lines is still read in one pass.
+    const auto find = [&](char c, int to) {
+        const char *found = static_cast<const char *>(memchr(text.constData() + first, c, size_t(to - first)));
+        return found ? int(found - text.constData()) : -1;
+    };
     const bool header = text[first] == '[';
-    const int nameEnd = text.indexOf('=', first); // quotes aside: what the line was meant to name
-    if (!header && nameEnd >= 0 && nameEnd < line.end) {
+    const int nameEnd = find('=', line.end); // quotes aside: what the line was meant to name
+    if (!header && nameEnd >= 0) {
         const QString key = keyName(text.mid(first, nameEnd - first));
         name = section.isEmpty() ? key : section + QLatin1Char('/') + key;
     }
@@ -261,8 +251,8 @@ bool damaged(const QByteArray &text, const Line &line, bool moreBelow, QString &
         return true;
 
     if (header) {
-        const int close = text.indexOf(']', first);
-        const QByteArray raw = text.mid(first + 1, (close >= 0 && close < end ? close : end) - first - 1);
+        const int close = find(']', end);
+        const QByteArray raw = text.mid(first + 1, (close >= 0 ? close : end) - first - 1);
         const QString title = keyName(raw);
         // A name of nothing but separators files the keys below it under names nobody reads.
         if (title.count(QLatin1Char('/')) == title.size())
