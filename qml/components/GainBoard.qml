@@ -5,9 +5,11 @@ import QtQuick 2.15
 Item {
     id: board
 
-    // The ten band gains, and their names and centre frequencies ([{name, freq}]).
+    // The ten band gains, their names and centre frequencies ([{name, freq}]), and both together
+    // for the curve ([{freq, gain}]).
     property var gains: []
     property var bandRows: []
+    property var bands: []
 
     readonly property real scaleWidth: Math.round(Theme.fontCaption * 2.8)
     readonly property real columnWidth: Math.floor((width - scaleWidth) / 11)
@@ -48,9 +50,8 @@ Item {
         ResponseCurve {
             objectName: "responseCurve"
             anchors.fill: parent
-            bands: board.bandRows.map(function (row, i) {
-                return { freq: row.freq, gain: i < board.gains.length ? board.gains[i] : 0 };
-            })
+            bands: board.bands
+            master: masterGain
             from: minGain
             to: maxGain
             firstColumnX: board.columnWidth / 2

@@ -16,6 +16,7 @@ RowLayout {
     spacing: Theme.spacing
 
     Text {
+        visible: Theme.scale > 0.9
         text: qsTr("Presets")
         color: Theme.textDim
         font.pixelSize: Theme.fontCaption
@@ -26,7 +27,7 @@ RowLayout {
         PresetButton {
             objectName: "preset:" + model.name
             text: model.name
-            Layout.preferredWidth: Math.max(implicitWidth, Math.round(Theme.touch * 1.8))
+            Layout.preferredWidth: Math.max(implicitWidth, Math.round(Theme.touch * (Theme.compact ? 1.3 : 1.5)))
             selected: activatedPresetId === model.ID
             Accessible.name: activatedPresetId === model.ID
                              ? qsTr("Preset %1, active; hold to save").arg(model.name)
@@ -50,7 +51,9 @@ RowLayout {
     TouchButton {
         objectName: "undo"
         iconPath: Icons.undo
-        text: bar.undoSteps > 0 ? qsTr("Undo (%1)").arg(bar.undoSteps) : qsTr("Undo")
+        // On a small screen the icon stands for the word.
+        text: Theme.compact ? (bar.undoSteps > 0 ? String(bar.undoSteps) : "")
+                            : (bar.undoSteps > 0 ? qsTr("Undo (%1)").arg(bar.undoSteps) : qsTr("Undo"))
         enabled: bar.undoSteps > 0
         Accessible.name: qsTr("Undo, %n step(s) left", "", bar.undoSteps)
         onClicked: bar.undoRequested()
@@ -58,7 +61,7 @@ RowLayout {
     TouchButton {
         objectName: "reset"
         iconPath: Icons.reset
-        text: qsTr("Reset")
+        text: Theme.compact ? "" : qsTr("Reset")
         Accessible.name: qsTr("Reset all bands to 0 dB")
         onClicked: bar.resetRequested()
     }

@@ -2,15 +2,16 @@ import QtQuick 2.15
 import "../logic/response.js" as Response
 import "../logic/scale.js" as Scale
 
-// The frequency response of the ten bands, drawn behind their sliders: column i of the curve is
-// the centre of slider i (`firstColumnX` + i * `columnStep`), and `from`..`to` dB span
-// `topY`..`bottomY`, the travel of the slider handles, on the sliders' own gain axis. Redrawn
-// whenever a gain changes.
+// The frequency response of the ten bands and the master gain, drawn behind the band sliders:
+// column i of the curve is the centre of slider i (`firstColumnX` + i * `columnStep`), and
+// `from`..`to` dB span `topY`..`bottomY`, the travel of the slider handles, on the sliders' own gain
+// axis. What rises above 0 dB is drawn in the warning colour. Redrawn whenever a gain changes.
 Canvas {
     id: canvas
 
-    // [{freq: Hz, gain: dB}], in slider order.
+    // [{freq: Hz, gain: dB}], in slider order, and the master gain the whole curve is moved by.
     property var bands: []
+    property real master: 0
     property real from: -60
     property real to: 20
     property real firstColumnX: 0
@@ -27,6 +28,7 @@ Canvas {
     }
 
     onBandsChanged: requestPaint()
+    onMasterChanged: requestPaint()
     onFromChanged: requestPaint()
     onToChanged: requestPaint()
     onFirstColumnXChanged: requestPaint()
@@ -38,13 +40,39 @@ Canvas {
 
     Accessible.ignored: true
 
+    // Traces the curve; `area` closes it along the 0 dB line, for filling.
+    function trace(ctx, points, area) {
+        const first = points[0], last = points[points.length - 1];
+        ctx.beginPath();
+        ctx.moveTo(xAt(first.x), yAt(area ? 0 : first.db));
+        for (let i = 0; i < points.length; ++i)
+            ctx.lineTo(xAt(points[i].x), yAt(points[i].db));
+        if (area) {
+            ctx.lineTo(xAt(last.x), yAt(0));
+            ctx.closePath();
+        }
+    }
+
+    // Fills under the curve and draws it, in `wash` and `line`.
+    function draw(ctx, points, wash, line) {
+        trace(ctx, points, true);
+        ctx.fillStyle = wash;
+        ctx.fill();
+        trace(ctx, points, false);
+        ctx.lineWidth = Math.max(2, 3 * Theme.scale);
+        ctx.lineJoin = "round";
+        ctx.strokeStyle = line;
+        ctx.stroke();
+    }
+
     onPaint: {
         const ctx = getContext("2d");
         ctx.reset();
         if (bands.length === 0 || bottomY <= topY)
             return;
         const zeroY = yAt(0);
-        const points = Response.curve(bands, 24);
+        const shift = isFinite(master) ? master : 0;
+        const points = Response.curve(bands, 24).map(function (p) { return { x: p.x, db: p.db + shift }; });
 
         // Grid at the scale's marks, the 0 dB line a little brighter.
         ctx.lineWidth = 1;
@@ -58,29 +86,20 @@ Canvas {
             ctx.stroke();
         }
 
-        ctx.beginPath();
-        ctx.moveTo(xAt(points[0].x), zeroY);
-        for (let i = 0; i < points.length; ++i)
-            ctx.lineTo(xAt(points[i].x), yAt(points[i].db));
-        ctx.lineTo(xAt(points[points.length - 1].x), zeroY);
-        ctx.closePath();
         const fill = ctx.createLinearGradient(0, topY, 0, bottomY);
         fill.addColorStop(0, Theme.accentWash);
         fill.addColorStop(Math.max(0, Math.min(1, (zeroY - topY) / (bottomY - topY))), Theme.accentWashFaint);
         fill.addColorStop(1, Theme.accentWash);
-        ctx.fillStyle = fill;
-        ctx.fill();
+        draw(ctx, points, fill, Theme.curve);
 
-        ctx.beginPath();
-        for (let i = 0; i < points.length; ++i) {
-            if (i === 0)
-                ctx.moveTo(xAt(points[i].x), yAt(points[i].db));
-            else
-                ctx.lineTo(xAt(points[i].x), yAt(points[i].db));
+        // Above 0 dB the sound would clip: that part again, in the warning colour.
+        if (points.some(function (p) { return p.db > 0; })) {
+            ctx.save();
+            ctx.beginPath();
+            ctx.rect(0, 0, width, zeroY);
+            ctx.clip();
+            draw(ctx, points, Theme.warningWash, Theme.warning);
+            ctx.restore();
         }
-        ctx.lineWidth = Math.max(2, 3 * Theme.scale);
-        ctx.lineJoin = "round";
-        ctx.strokeStyle = Theme.curve;
-        ctx.stroke();
     }
 }

@@ -34,6 +34,8 @@ QtObject {
     readonly property color accentWash: "#4d36c4f4"
     readonly property color accentWashFaint: "#0f36c4f4"
     readonly property color accentZone: "#2636c4f4"
+    // The same wash in the warning colour, for the curve above 0 dB.
+    readonly property color warningWash: "#59ffb547"
     // Dims the scene behind a dialog.
     readonly property color scrim: "#b0000000"
 

@@ -1,6 +1,7 @@
 .pragma library
-// The frequency response that the ten peaking bands add up to, and the frequency axis it is drawn
-// on. Pure functions of their arguments, so that a test can check the curve without a scene.
+// The frequency response that the ten peaking bands add up to, the frequency axis it is drawn on,
+// and its loudest point. Pure functions of their arguments, so that a test can check them without
+// a scene.
 
 // One octave of bandwidth: neighbouring bands (roughly an octave apart below 6 kHz) overlap
 // without merging into one broad bump.
@@ -74,4 +75,75 @@ function curve(bands, perColumn, q) {
         points.push({ x: x, db: responseDb(frequencyAt(x, centres), bands, q) });
     }
     return points;
+}
+
+// The loudest point of the whole chain, master gain included, from 20 Hz to 20 kHz: {freq: Hz, db},
+// or null when the master or a band's gain is not a finite number. A band without a frequency adds
+// nothing, as in the drawn curve. A scan at 1/48 octave and at every band's centre, then the best
+// point narrowed down between its neighbours of the scan.
+function peak(bands, master, q) {
+    if (!isFinite(master) || !Array.isArray(bands))
+        return null;
+    var placed = [];
+    for (var i = 0; i < bands.length; ++i) {
+        var band = bands[i];
+        if (!band)
+            continue;
+        if (!isFinite(band.gain))
+            return null;
+        if (band.freq > 0 && isFinite(band.freq))
+            placed.push(band);
+    }
+    var lo = Math.log(20), hi = Math.log(20000);
+    var step = Math.LN2 / 48;
+    var dbAt = function (x) { return responseDb(Math.exp(x), placed, q); };
+    var bestX = lo, bestDb = dbAt(lo);
+    var consider = function (x) {
+        var db = dbAt(x);
+        if (db > bestDb) {
+            bestX = x;
+            bestDb = db;
+        }
+    };
+    for (var x = lo + step; x < hi; x += step)
+        consider(x);
+    consider(hi);
+    for (var j = 0; j < placed.length; ++j) {
+        var centre = Math.log(placed[j].freq);
+        if (centre > lo && centre < hi)
+            consider(centre);
+    }
+    // Golden-section search; the response is smooth and has one top within a scan step.
+    var a = Math.max(lo, bestX - step), b = Math.min(hi, bestX + step);
+    var r = (Math.sqrt(5) - 1) / 2;
+    for (var k = 0; k < 40; ++k) {
+        var c = b - r * (b - a), d = a + r * (b - a);
+        if (dbAt(c) > dbAt(d))
+            b = d;
+        else
+            a = c;
+    }
+    consider((a + b) / 2);
+    return { freq: Math.exp(bestX), db: master + bestDb };
+}
+
+// A level within 0.05 dB of a whole dB counts as that whole dB: what the sums of the filters leave
+// over is not worth a decibel of the master.
+function nearWhole(db) {
+    var whole = Math.round(db);
+    return Math.abs(db - whole) <= 0.05 ? whole : db;
+}
+
+// The whole-dB master gain that puts the peak at or just below 0 dB: the master minus the peak
+// (nearWhole), rounded down, within [minGain, maxGain], so a fit lands on 0 dB rather than one below. Where every band cuts, the fit raises the
+// master. Null without a peak, or when the master or a band lies outside the bounds (a failed read
+// gives -61): a fit on values nobody knows would be a guess.
+function fit(top, bands, master, minGain, maxGain) {
+    if (!top || !isFinite(top.db) || !Array.isArray(bands) || !(minGain <= maxGain) || !(master >= minGain && master <= maxGain))
+        return null;
+    for (var i = 0; i < bands.length; ++i) {
+        if (bands[i] && !(bands[i].gain >= minGain && bands[i].gain <= maxGain))
+            return null;
+    }
+    return Math.max(minGain, Math.min(maxGain, Math.floor(master - nearWhole(top.db))));
 }

@@ -2,6 +2,7 @@ import QtQml 2.15
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
 import "../components"
+import "../logic/response.js" as Response
 import "../logic/undo.js" as Undo
 
 // The equaliser of the chosen speaker set: its mode and core type, the master gain, ten bands over
@@ -19,6 +20,9 @@ Item {
     readonly property var gains: [gain1, gain2, gain3, gain4, gain5, gain6, gain7, gain8, gain9, gain10]
     // Names and centre frequencies of the bands, read again only when the number of rows changes.
     readonly property var bandRows: readBandRows(bandList.count)
+    // The bands as the curve and the peak take them, [{freq, gain}].
+    readonly property var bands: bandRows.map(function (row, i) { return { freq: row.freq, gain: gains[i] }; })
+    readonly property var peak: Response.peak(bands, masterGain)
     property var history: []
 
     function readBandRows(count) {
@@ -114,17 +118,29 @@ Item {
                 anchors.fill: parent
                 gains: page.gains
                 bandRows: page.bandRows
+                bands: page.bands
                 onStepDone: page.record(band, before, after)
             }
         }
 
-        PresetBar {
+        RowLayout {
             Layout.fillWidth: true
-            undoSteps: page.history.length
-            onApplyRequested: page.edit(function () { setToPreset(id); })
-            onSaveRequested: page.savePreset(id, name)
-            onUndoRequested: page.undoLast()
-            onResetRequested: page.edit(function () { resetGains(); })
+            spacing: Theme.margin
+
+            // Beside the master, whose gain it sets: one write, one undo step, as a drag of it.
+            HeadroomReadout {
+                peak: page.peak
+                fit: Response.fit(page.peak, page.bands, masterGain, minGain, maxGain)
+                onFitRequested: page.edit(function () { changeGain(0, gain); })
+            }
+            PresetBar {
+                Layout.fillWidth: true
+                undoSteps: page.history.length
+                onApplyRequested: page.edit(function () { setToPreset(id); })
+                onSaveRequested: page.savePreset(id, name)
+                onUndoRequested: page.undoLast()
+                onResetRequested: page.edit(function () { resetGains(); })
+            }
         }
     }
 }

@@ -103,6 +103,8 @@ private slots:
     void bandDragWritesOncePerDecibel();
     void pickerShowsWhatTheControllerReports_data();
     void pickerShowsWhatTheControllerReports();
+    void fitPutsThePeakUnderZero_data();
+    void fitPutsThePeakUnderZero();
     void presetHoldSavesAndTapApplies();
     void minimiseButtonPausesTheApplication();
     void storingAProfileAsksFirst_data();
@@ -327,6 +329,7 @@ void TestScene::bandDragWritesOncePerDecibel()
         QCOMPARE(journalOf(control), (QStringList{control + "=61", control + "=62", control + "=63",
                                                    control + "=64", control + "=65", control + "=66"}));
         QCOMPARE(eq->gain3(), 6);
+        QCOMPARE(item(QStringLiteral("headroom"))->property("text").toString(), QStringLiteral("+6 dB over"));
         QVERIFY(qAbs(handleY() - bandHandleAt(3, 6).y()) < 1);
         QCOMPARE(QAccessible::queryAccessibleInterface(item(QStringLiteral("band3:slider")))->text(QAccessible::Name),
                  QStringLiteral("Band 310 Hz, +6 dB"));
@@ -388,6 +391,43 @@ void TestScene::pickerShowsWhatTheControllerReports()
     if (choice != selected) {
         QQuickItem *refused = item(choice);
         QVERIFY(!refused->property("selected").toBool());
+    }
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+void TestScene::fitPutsThePeakUnderZero_data()
+{
+    QTest::addColumn<bool>("refused");
+    QTest::newRow("card takes it: one master write, one undo step") << false;
+    QTest::newRow("card refuses it: readout and master stay") << true;
+}
+
+void TestScene::fitPutsThePeakUnderZero()
+{
+    QFETCH(bool, refused);
+    const QString master = QStringLiteral("User PEQ Master Gain");
+
+    load(QSize(800, 480));
+    if (QTest::currentTestFailed())
+        return;
+    // The top of the README's tuning: the three highest bands add up to +7.8 dB at 14 kHz.
+    for (const auto &[band, gain] : {std::pair{8, 4}, {9, 5}, {10, 4}, {0, -4}})
+        QVERIFY(eq->changeGain(band, gain));
+    QCOMPARE(item(QStringLiteral("headroom"))->property("text").toString(), QStringLiteral("+8 dB over"));
+    card->clearLogs();
+    if (refused)
+        card->failWrites({master});
+
+    tap(QStringLiteral("fit"));
+    QCOMPARE(card->journal(), refused ? QStringList() : QStringList{master + "=48"});
+    QCOMPARE(eq->masterGainValue(), refused ? -4 : -12);
+    QCOMPARE(item(QStringLiteral("headroom"))->property("text").toString(),
+             refused ? QStringLiteral("+8 dB over") : QStringLiteral("0 dB headroom"));
+    QCOMPARE(item(QStringLiteral("undo"))->isEnabled(), !refused);
+    if (!refused) {
+        tap(QStringLiteral("undo"));
+        QCOMPARE(card->journal(), (QStringList{master + "=48", master + "=56"}));
+        QCOMPARE(eq->masterGainValue(), -4);
     }
     QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
 }

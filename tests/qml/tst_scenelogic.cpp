@@ -21,6 +21,12 @@ QtObject {
     function response(freqs, gains, f) {
         return Response.responseDb(f, freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; }));
     }
+    // The peak and the fit for bands at `freqs` with `gains`: [db, freq, fit] (null for none).
+    function headroom(freqs, gains, levels) {
+        const bands = freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; });
+        const top = Response.peak(bands, levels[0]);
+        return [top ? top.db : NaN, top ? top.freq : NaN, Response.fit(top, bands, levels[0], levels[1], levels[2])];
+    }
     function position(db, from, to) { return Scale.position(db, from, to); }
     function roundTrips(from, to) {
         for (let db = from; db <= to; ++db) {
@@ -96,6 +102,8 @@ private slots:
 
     void response_data();
     void response();
+    void headroom_data();
+    void headroom();
     void gainAxis_data();
     void gainAxis();
     void axisPutsEachBandOnItsColumn();
@@ -161,6 +169,76 @@ void TestSceneLogic::response()
     const double db = call("response", {freqs, gains, frequency}).toDouble();
     QVERIFY(std::isfinite(db));
     QVERIFY2(std::abs(db - expected) <= tolerance, qPrintable(QString::number(db)));
+}
+
+void TestSceneLogic::headroom_data()
+{
+    QTest::addColumn<QVariantList>("freqs");
+    QTest::addColumn<QVariantList>("gains");
+    QTest::addColumn<QVariantList>("levels"); // master, lowest and highest gain
+    QTest::addColumn<QVariantList>("peak");   // lowest and highest dB, lowest and highest Hz; empty: none
+    QTest::addColumn<QVariant>("fit");        // invalid: none
+
+    const QVariantList bounds{0, -60, 20}, none;
+    QVariantList octaves;
+    for (int f = 20; f <= 20480; f *= 2)
+        octaves << f;
+    // Ten gains at `level`, then some bands (1 to 10) set apart.
+    const auto with = [](std::initializer_list<std::pair<int, double>> bands, double level = 0) {
+        QVariantList gains;
+        for (int i = 0; i < 10; ++i)
+            gains << level;
+        for (const auto &band : bands)
+            gains[band.first - 1] = band.second;
+        return gains;
+    };
+    QTest::newRow("flat: 0 dB, the master stays") << centres << with({}) << bounds << QVariantList{0, 0, 19.99, 20000.01} << QVariant(0);
+    QTest::newRow("one band +6: +6 dB at its centre") << centres << with({{5, 6}}) << bounds
+                                                      << QVariantList{6, 6, 999.99, 1000.01} << QVariant(-6);
+    QTest::newRow("neighbours +5 and +5: more between them") << centres << with({{4, 5}, {5, 5}}) << bounds
+                                                              << QVariantList{5.5, 7, 600, 1000} << QVariant(-7);
+    QTest::newRow("the same, master -8: below 0, the fit raises it") << centres << with({{4, 5}, {5, 5}})
+                                                                     << QVariantList{-8, -60, 20} << QVariantList{-2.5, -1, 600, 1000}
+                                                                     << QVariant(-7);
+    QTest::newRow("every band -10 over the whole range: the fit raises the master") << octaves << with({}, -10) + QVariantList{-10}
+                                                                                    << bounds << QVariantList{-12, -10, 20, 20480}
+                                                                                    << QVariant(11);
+    QTest::newRow("+6.03 counts as +6: the fit lands on 0 dB") << centres << with({{2, 2}, {5, 6}}) << bounds
+                                                                << QVariantList{6.01, 6.05, 990, 1010} << QVariant(-6);
+    QTest::newRow("+6.06 does not: one below") << centres << with({{3, 1}, {5, 6}}) << bounds
+                                                << QVariantList{6.05, 6.07, 990, 1010} << QVariant(-7);
+    QTest::newRow("gains at the bounds: the fit stops at the lowest gain") << centres << with({}, 12)
+                                                                           << QVariantList{12, -12, 12} << QVariantList{40, 50, 20, 20000}
+                                                                           << QVariant(-12);
+    QTest::newRow("a failed read (-61): a peak, but no fit") << centres << with({{3, -61}}) << bounds
+                                                             << QVariantList{-1, 0, 19.99, 20000.01} << QVariant();
+    QTest::newRow("a band without its frequency adds nothing") << centres.mid(0, 9) + QVariantList{QVariant()}
+                                                               << with({{5, 6}, {10, 12}}) << bounds
+                                                               << QVariantList{6, 6, 999.99, 1000.01} << QVariant(-6);
+    QTest::newRow("a gain that is not a number: neither") << centres << with({{5, qQNaN()}}) << bounds << none << QVariant();
+    QTest::newRow("an infinite master: neither") << centres << with({}) << QVariantList{qInf(), -60, 20} << none << QVariant();
+}
+
+void TestSceneLogic::headroom()
+{
+    QFETCH(QVariantList, freqs);
+    QFETCH(QVariantList, gains);
+    QFETCH(QVariantList, levels);
+    QFETCH(QVariantList, peak);
+    QFETCH(QVariant, fit);
+
+    const QVariantList result = call("headroom", {freqs, gains, levels}).toList();
+    QCOMPARE(result.size(), 3);
+    const double db = result[0].toDouble(), freq = result[1].toDouble();
+    if (peak.isEmpty()) {
+        QVERIFY(std::isnan(db));
+    } else {
+        QVERIFY2(db >= peak[0].toDouble() - 1e-9 && db <= peak[1].toDouble() + 1e-9, qPrintable(QString::number(db)));
+        QVERIFY2(freq >= peak[2].toDouble() && freq <= peak[3].toDouble(), qPrintable(QString::number(freq)));
+    }
+    QCOMPARE(result[2].isNull() || !result[2].isValid(), !fit.isValid());
+    if (fit.isValid())
+        QCOMPARE(result[2].toInt(), fit.toInt());
 }
 
 void TestSceneLogic::gainAxis_data()
