@@ -7,27 +7,37 @@
 // without merging into one broad bump.
 var defaultQ = 1.41;
 
-// Gain in dB of one analogue peaking filter at f: exactly gainDb at f0, 0 dB far away, symmetric
-// on a log-frequency axis. |H|^2 = ((1-w^2)^2 + (wA/Q)^2) / ((1-w^2)^2 + (w/(AQ))^2), w = f/f0,
-// A = 10^(gain/40).
-function peakingDb(f, f0, gainDb, q) {
-    if (!(f > 0) || !(f0 > 0) || !isFinite(gainDb) || gainDb === 0)
-        return 0;
+// The response in dB of the bands ([{freq: Hz, gain: dB}]) as a function of the frequency. Each
+// band is an analogue peaking filter: exactly its gain at its centre f0, 0 dB far away, symmetric on
+// a log-frequency axis; |H|^2 = ((1-w^2)^2 + (wA/Q)^2) / ((1-w^2)^2 + (w/(AQ))^2), w = f/f0,
+// A = 10^(gain/40). The bands multiply, so one logarithm serves them all; a band without a
+// frequency or a finite gain adds nothing.
+function response(bands, q) {
     var Q = q > 0 ? q : defaultQ;
-    var A = Math.pow(10, gainDb / 40);
-    var w = f / f0;
-    var d = (1 - w * w) * (1 - w * w);
-    var num = d + (w * A / Q) * (w * A / Q);
-    var den = d + (w / (A * Q)) * (w / (A * Q));
-    return 10 * Math.log(num / den) / Math.LN10;
+    var filters = [];
+    for (var i = 0; i < bands.length; ++i) {
+        var band = bands[i];
+        if (!band || !(band.freq > 0) || !isFinite(band.freq) || !isFinite(band.gain) || band.gain === 0)
+            continue;
+        var A = Math.pow(10, band.gain / 40);
+        filters.push({ f0: band.freq, boost: (A / Q) * (A / Q), cut: 1 / ((A * Q) * (A * Q)) });
+    }
+    return function (f) {
+        if (!(f > 0))
+            return 0;
+        var power = 1;
+        for (var j = 0; j < filters.length; ++j) {
+            var w2 = (f / filters[j].f0) * (f / filters[j].f0);
+            var d = (1 - w2) * (1 - w2);
+            power *= (d + w2 * filters[j].boost) / (d + w2 * filters[j].cut);
+        }
+        return 10 * Math.log(power) / Math.LN10;
+    };
 }
 
-// Sum of every band at f. bands: [{freq: Hz, gain: dB}]
+// The response of the bands at f.
 function responseDb(f, bands, q) {
-    var sum = 0;
-    for (var i = 0; i < bands.length; ++i)
-        sum += peakingDb(f, bands[i].freq, bands[i].gain, q);
-    return sum;
+    return response(bands, q)(f);
 }
 
 // The axis under the sliders: column i stands at centres[i], and between two columns the
@@ -70,33 +80,29 @@ function curve(bands, perColumn, q) {
     var steps = Math.max(1, Math.round(perColumn || 16));
     var first = -0.5, last = centres.length - 0.5;
     var count = Math.round((last - first) * steps);
+    var dbAt = response(bands, q);
     for (var k = 0; k <= count; ++k) {
         var x = first + k / steps;
-        points.push({ x: x, db: responseDb(frequencyAt(x, centres), bands, q) });
+        points.push({ x: x, db: dbAt(frequencyAt(x, centres)) });
     }
     return points;
 }
 
 // The loudest point of the whole chain, master gain included, from 20 Hz to 20 kHz: {freq: Hz, db},
 // or null when the master or a band's gain is not a finite number. A band without a frequency adds
-// nothing, as in the drawn curve. A scan at 1/48 octave and at every band's centre, then the best
+// nothing, as in the drawn curve. A scan at 1/24 octave and at every band's centre, then the best
 // point narrowed down between its neighbours of the scan.
 function peak(bands, master, q) {
     if (!isFinite(master) || !Array.isArray(bands))
         return null;
-    var placed = [];
     for (var i = 0; i < bands.length; ++i) {
-        var band = bands[i];
-        if (!band)
-            continue;
-        if (!isFinite(band.gain))
+        if (bands[i] && !isFinite(bands[i].gain))
             return null;
-        if (band.freq > 0 && isFinite(band.freq))
-            placed.push(band);
     }
     var lo = Math.log(20), hi = Math.log(20000);
-    var step = Math.LN2 / 48;
-    var dbAt = function (x) { return responseDb(Math.exp(x), placed, q); };
+    var step = Math.LN2 / 24;
+    var at = response(bands, q);
+    var dbAt = function (x) { return at(Math.exp(x)); };
     var bestX = lo, bestDb = dbAt(lo);
     var consider = function (x) {
         var db = dbAt(x);
@@ -108,15 +114,15 @@ function peak(bands, master, q) {
     for (var x = lo + step; x < hi; x += step)
         consider(x);
     consider(hi);
-    for (var j = 0; j < placed.length; ++j) {
-        var centre = Math.log(placed[j].freq);
+    for (var j = 0; j < bands.length; ++j) {
+        var centre = bands[j] ? Math.log(bands[j].freq) : NaN;
         if (centre > lo && centre < hi)
             consider(centre);
     }
     // Golden-section search; the response is smooth and has one top within a scan step.
     var a = Math.max(lo, bestX - step), b = Math.min(hi, bestX + step);
     var r = (Math.sqrt(5) - 1) / 2;
-    for (var k = 0; k < 40; ++k) {
+    for (var k = 0; k < 24; ++k) {
         var c = b - r * (b - a), d = a + r * (b - a);
         if (dbAt(c) > dbAt(d))
             b = d;
