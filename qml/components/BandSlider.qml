@@ -1,5 +1,4 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 import "../logic/format.js" as Format
 import "../logic/scale.js" as Scale
 
@@ -19,8 +18,8 @@ Item {
     property string accessibleLabel
     property bool emphasised: false
     readonly property alias pressed: slider.pressed
-    readonly property real trackTop: slider.y + slider.topPadding + slider.handle.height / 2
-    readonly property real trackBottom: slider.y + slider.topPadding + slider.availableHeight - slider.handle.height / 2
+    readonly property real trackTop: slider.y + knob.height / 2
+    readonly property real trackBottom: slider.y + slider.height - knob.height / 2
 
     signal stepDone(int band, int before, int after)
 
@@ -51,35 +50,31 @@ Item {
         anchors.bottomMargin: Math.round(Theme.spacing / 2)
         anchors.horizontalCenter: parent.horizontalCenter
         width: Math.max(Theme.touch, column.width)
-        orientation: Qt.Vertical
-        from: 0
-        to: 1
-        stepSize: 0
-        snapMode: Slider.NoSnap
+        vertical: true
+        from: column.from
+        to: column.to
         toPosition: function (db) { return Scale.position(db, column.from, column.to); }
         fromPosition: function (p) { return Scale.gainAt(p, column.from, column.to); }
-        topPadding: 0
-        bottomPadding: 0
+        handle: knob
         Accessible.name: qsTr("%1, %2 dB").arg(column.accessibleLabel).arg(Format.signed(column.shown))
         onStepDone: column.stepDone(column.band, before, after)
 
         // The groove lit from 0 dB to the handle, so boost and cut read at a glance.
-        background: SliderGroove {
-            x: slider.leftPadding
-            y: slider.topPadding + slider.handle.height / 2
-            width: slider.availableWidth
-            height: slider.availableHeight - slider.handle.height
+        SliderGroove {
+            y: knob.height / 2
+            width: parent.width
+            height: parent.height - knob.height
             vertical: true
             fillFrom: Scale.position(0, column.from, column.to)
-            fillTo: 1 - slider.visualPosition
+            fillTo: slider.visualPosition
             fillColor: column.emphasised ? Theme.warning : Theme.accent
         }
-
-        handle: Rectangle {
-            x: slider.leftPadding + (slider.availableWidth - width) / 2
-            y: slider.topPadding + slider.visualPosition * (slider.availableHeight - height)
-            implicitWidth: Math.max(30, Math.round(46 * Theme.scale))
-            implicitHeight: Math.max(20, Math.round(28 * Theme.scale))
+        Rectangle {
+            id: knob
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: (1 - slider.visualPosition) * (slider.height - height)
+            width: Math.max(30, Math.round(46 * Theme.scale))
+            height: Math.max(20, Math.round(28 * Theme.scale))
             radius: Math.round(height / 3)
             color: slider.pressed ? Theme.accent : Theme.text
             border.width: 2

@@ -3,7 +3,7 @@ import QtQuick.Controls 2.15
 
 // A seat of the cabin seen from above, its occupant facing the front: cushion ahead of the
 // backrest, the name below; the chosen one stands in a lit zone.
-AbstractButton {
+RadioButton {
     id: seat
 
     property int seatId: 0
@@ -11,18 +11,22 @@ AbstractButton {
     property bool chosen: false
 
     objectName: "seat" + seatId
-    focusPolicy: Qt.NoFocus
-    Accessible.role: Accessible.RadioButton
+    padding: 0
+    focusPolicy: Qt.TabFocus
+    autoExclusive: false
+    checked: chosen
+    // A tap toggles the seat's own state; the controller's answer decides.
+    onToggled: checked = Qt.binding(function () { return seat.chosen; })
     Accessible.name: chosen ? qsTr("Sweet spot %1, selected").arg(seatName)
                             : qsTr("Sweet spot %1").arg(seatName)
-    Accessible.checkable: true
-    Accessible.checked: chosen
+
+    indicator: null
 
     background: Rectangle {
         radius: Theme.radius * 1.5
         color: seat.chosen ? Theme.accentZone : "transparent"
-        border.width: seat.chosen ? Math.max(2, Math.round(3 * Theme.scale)) : 0
-        border.color: Theme.accent
+        border.width: seat.chosen || seat.visualFocus ? Math.max(2, Math.round(3 * Theme.scale)) : 0
+        border.color: seat.visualFocus ? Theme.text : Theme.accent
 
         Item {
             anchors.horizontalCenter: parent.horizontalCenter

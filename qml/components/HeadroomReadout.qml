@@ -39,7 +39,6 @@ RowLayout {
         text: qsTr("Fit")
         primary: readout.over && enabled
         enabled: readout.fit !== masterGain
-        focusPolicy: Qt.StrongFocus
         Accessible.name: qsTr("Fit: master gain to %1 dB").arg(readout.fit)
         onClicked: readout.fitRequested(readout.fit)
     }

@@ -4,21 +4,20 @@ import QtQuick 2.15
 WriteSlider {
     id: slider
 
-    implicitHeight: Theme.touch
+    handle: knob
 
-    background: SliderGroove {
-        x: slider.leftPadding + slider.handle.width / 2
-        y: slider.topPadding
-        width: slider.availableWidth - slider.handle.width
-        height: slider.availableHeight
+    SliderGroove {
+        x: knob.width / 2
+        width: parent.width - knob.width
+        height: parent.height
         fillTo: slider.visualPosition
     }
-
-    handle: Rectangle {
-        x: slider.leftPadding + slider.visualPosition * (slider.availableWidth - width)
-        y: slider.topPadding + (slider.availableHeight - height) / 2
-        implicitWidth: Math.max(22, Math.round(30 * Theme.scale))
-        implicitHeight: implicitWidth
+    Rectangle {
+        id: knob
+        x: slider.visualPosition * (slider.width - width)
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.max(22, Math.round(30 * Theme.scale))
+        height: width
         radius: width / 2
         color: slider.pressed ? Theme.accent : Theme.text
         border.width: 2

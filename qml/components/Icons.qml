@@ -11,5 +11,6 @@ QtObject {
     readonly property string minimize: "M5 19 H19 M12 4 V14 M7.5 9.5 L12 14 L16.5 9.5"
     readonly property string undo: "M9 5 L4 10 L9 15 M4 10 H15 Q20 10 20 15 Q20 20 15 20 H11"
     readonly property string reset: "M4 12 A8 8 0 1 0 7 5.8 M4 4 V9 H9"
+    readonly property string save: "M6 3 H18 V21 L12 16 L6 21 Z"
     readonly property string speaker: "M4 9 H8 L13 4 V20 L8 15 H4 Z M16 9 Q18 12 16 15"
 }

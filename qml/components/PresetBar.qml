@@ -1,12 +1,14 @@
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
 
-// The presets (a tap applies one, a hold saves the gains now shown into it), undo and reset. The
-// bar only asks; the page does the work.
+// The presets (a tap applies one, a hold saves the gains now shown into it), undo and reset. Save
+// offers the same without the hold: after it, the next preset tapped is saved into. The bar only
+// asks; the page does the work.
 RowLayout {
     id: bar
 
     property int undoSteps: 0
+    property bool saving: false
 
     signal applyRequested(int id)
     signal saveRequested(int id, string name)
@@ -29,24 +31,33 @@ RowLayout {
             text: model.name
             Layout.preferredWidth: Math.max(implicitWidth, Math.round(Theme.touch * (Theme.compact ? 1.3 : 1.5)))
             selected: activatedPresetId === model.ID
-            Accessible.name: activatedPresetId === model.ID
-                             ? qsTr("Preset %1, active; hold to save").arg(model.name)
-                             : qsTr("Preset %1; hold to save").arg(model.name)
-            onClicked: bar.applyRequested(model.ID)
-            onPressAndHold: bar.saveRequested(model.ID, model.name)
+            Accessible.name: bar.saving ? qsTr("Save to preset %1").arg(model.name)
+                                        : activatedPresetId === model.ID
+                                          ? qsTr("Preset %1, active; hold to save").arg(model.name)
+                                          : qsTr("Preset %1; hold to save").arg(model.name)
+            onClicked: {
+                if (bar.saving)
+                    bar.saveRequested(model.ID, model.name);
+                else
+                    bar.applyRequested(model.ID);
+                bar.saving = false;
+            }
+            onPressAndHold: {
+                bar.saving = false;
+                bar.saveRequested(model.ID, model.name);
+            }
         }
     }
-    Text {
-        Layout.fillWidth: true
-        text: qsTr("Hold to save")
-        color: Theme.textDim
-        font.pixelSize: Theme.fontCaption
-        elide: Text.ElideRight
-        visible: !Theme.compact
+    TouchButton {
+        objectName: "savePreset"
+        iconPath: Icons.save
+        text: Theme.compact ? "" : (bar.saving ? qsTr("Cancel") : qsTr("Save"))
+        primary: bar.saving
+        Accessible.name: bar.saving ? qsTr("Cancel saving") : qsTr("Save the gains into a preset")
+        onClicked: bar.saving = !bar.saving
     }
     Item {
         Layout.fillWidth: true
-        visible: Theme.compact
     }
     TouchButton {
         objectName: "undo"

@@ -2,10 +2,8 @@ import QtQuick 2.15
 
 // A preset: a tap applies it, a press and hold saves the current gains into it. The button fills
 // while the hold runs, so the finger knows when to let go.
-TouchButton {
+ChoiceButton {
     id: control
-
-    selectable: true
 
     onDownChanged: {
         if (down) {

@@ -23,9 +23,12 @@ Rectangle {
     }
 
     Column {
+        objectName: "rail"
         anchors.top: parent.top
         anchors.topMargin: Math.round(Theme.spacing / 2)
         width: parent.width
+        Accessible.role: Accessible.PageTabList
+        Accessible.name: qsTr("Pages")
 
         Repeater {
             model: rail.pages

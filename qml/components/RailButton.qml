@@ -1,9 +1,9 @@
 import QtQuick 2.15
 import QtQuick.Controls 2.15
 
-// An entry of the side rail: an icon over its name; the current page is marked by a bar and
-// the accent colour.
-AbstractButton {
+// An entry of the side rail, a page tab: an icon over its name; the page on screen is marked by a
+// bar and the accent colour, and selected for screen readers.
+TabButton {
     id: control
 
     property string iconPath
@@ -11,14 +11,20 @@ AbstractButton {
 
     implicitWidth: Theme.railWidth
     implicitHeight: Math.max(Theme.touch, column.implicitHeight + 2 * Theme.spacing)
-    focusPolicy: Qt.NoFocus
-    Accessible.role: Accessible.PageTab
+    padding: 0
+    focusPolicy: Qt.TabFocus
+    autoExclusive: false
+    checked: current
+    // A tap toggles the tab's own state; the page on screen decides.
+    onToggled: checked = Qt.binding(function () { return control.current; })
     Accessible.name: text
-    Accessible.checkable: true
-    Accessible.checked: current
+    Accessible.selectable: true
+    Accessible.selected: current
 
     background: Rectangle {
         color: control.down ? Theme.pressed : (control.current ? Theme.raised : "transparent")
+        border.width: control.visualFocus ? 2 : 0
+        border.color: Theme.text
         Rectangle {
             visible: control.current
             anchors.left: parent.left

@@ -18,6 +18,8 @@ Row {
     signal picked(int index)
 
     spacing: Theme.spacing
+    Accessible.role: Accessible.Grouping
+    Accessible.name: accessibleCaption
 
     Text {
         visible: picker.caption.length > 0
@@ -34,12 +36,11 @@ Row {
         Repeater {
             id: repeater
 
-            delegate: TouchButton {
+            delegate: ChoiceButton {
                 readonly property string label: picker.labelFor(model.name !== undefined ? model.name : model.modelData)
                 objectName: picker.objectName + ":" + label
                 text: label
                 width: Math.max(picker.minimumSegmentWidth, implicitWidth)
-                selectable: true
                 selected: index === picker.currentIndex
                 Accessible.name: picker.accessibleCaption.length > 0
                                  ? qsTr("%1 %2").arg(picker.accessibleCaption).arg(label) : label

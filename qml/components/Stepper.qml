@@ -20,7 +20,7 @@ RowLayout {
     property string increaseName
     property string sliderName
     readonly property alias pressed: slider.pressed
-    readonly property alias draggedValue: slider.value
+    readonly property alias draggedValue: slider.fingerValue
 
     spacing: Theme.spacing
 

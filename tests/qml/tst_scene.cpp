@@ -51,7 +51,8 @@ void collect(QQuickItem *item, QList<QQuickItem *> &controls, QList<QQuickItem *
 {
     if (!shown(item))
         return;
-    if (inherits(item, "QQuickAbstractButton") || inherits(item, "QQuickSlider"))
+    const QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
+    if (inherits(item, "QQuickAbstractButton") || (accessible && accessible->role() == QAccessible::Slider))
         controls << item;
     if (inherits(item, "QQuickText") && !item->property("text").toString().isEmpty())
         texts << item;
@@ -103,6 +104,8 @@ private slots:
     void bandDragWritesOncePerDecibel();
     void pickerShowsWhatTheControllerReports_data();
     void pickerShowsWhatTheControllerReports();
+    void accessibleControls_data();
+    void accessibleControls();
     void fitPutsThePeakUnderZero_data();
     void fitPutsThePeakUnderZero();
     void presetHoldSavesAndTapApplies();
@@ -116,6 +119,9 @@ void TestScene::initTestCase()
     // Without it Qt warns about the runtime folder, which is no fault of the scene.
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtimeDir.path()));
     qputenv("QT_QUICK_BACKEND", "software");
+    // As with a screen reader running before the scene loads: controls set up their accessible
+    // state as they are made.
+    QAccessible::setActive(true);
 }
 
 void TestScene::init()
@@ -226,6 +232,12 @@ void TestScene::checkLayout(const QString &page, bool largestScreen)
     for (QQuickItem *control : controls) {
         QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(control);
         QVERIFY2(accessible && !accessible->text(QAccessible::Name).isEmpty(), qPrintable(page + ": no name: " + describe(control)));
+        if (QAccessibleValueInterface *value = accessible->valueInterface()) {
+            const double min = value->minimumValue().toDouble(), max = value->maximumValue().toDouble();
+            const double now = value->currentValue().toDouble();
+            QVERIFY2(min < max && now >= min && now <= max && value->minimumStepSize().toDouble() == 1,
+                     qPrintable(page + QStringLiteral(": %1 in %2..%3: ").arg(now).arg(min).arg(max) + describe(control)));
+        }
         const QRectF r = sceneRect(control);
         QVERIFY2(window.adjusted(-0.5, -0.5, 0.5, 0.5).contains(r), qPrintable(page + ": outside: " + describe(control)));
         QVERIFY2(r.width() >= 47.5 && r.height() >= 47.5, qPrintable(page + ": too small: " + describe(control)));
@@ -387,11 +399,135 @@ void TestScene::pickerShowsWhatTheControllerReports()
     QCOMPARE(card->journal(), journal);
     QQuickItem *lit = item(selected);
     QVERIFY(lit);
-    QVERIFY2(lit->property("selected").toBool() || lit->property("chosen").toBool(), qPrintable(selected));
+    QVERIFY2(QAccessible::queryAccessibleInterface(lit)->state().checked, qPrintable(selected));
     if (choice != selected) {
         QQuickItem *refused = item(choice);
-        QVERIFY(!refused->property("selected").toBool());
+        QVERIFY(!QAccessible::queryAccessibleInterface(refused)->state().checked);
     }
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
+}
+
+void TestScene::accessibleControls_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::addColumn<QString>("control");
+    // A slider: the controller's property it shows, its lowest and highest value. A picker or the
+    // rail: the member marked as the current one.
+    QTest::addColumn<QVariantList>("state");
+    // An accessible action, "set:" and a value, a key pressed with the control focused, or "Tab"
+    // (the controls that Tab then reaches, instead of what reached the card).
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("failing");
+    QTest::addColumn<QStringList>("journal");
+
+    const QString band3 = QStringLiteral("User PEQ Band3 Gain");
+    const QVariantList gain3{"gain3", -60, 20};
+    const QStringList none;
+    QTest::newRow("band 3: Increase writes +1, one undo step") << "equalizer" << "band3:slider" << gain3
+                                                                << "Increase" << "" << QStringList{band3 + "=61"};
+    QTest::newRow("band 3 refused: Decrease changes nothing") << "equalizer" << "band3:slider" << gain3
+                                                              << "Decrease" << band3 << none;
+    QTest::newRow("band 3, the Up key: one step") << "equalizer" << "band3:slider" << gain3 << "Up" << "" << QStringList{band3 + "=61"};
+    QTest::newRow("band 3 set to 4.6: written as 5") << "equalizer" << "band3:slider" << gain3 << "set:4.6" << "" << QStringList{band3 + "=65"};
+    QTest::newRow("band 3 set to NaN: nothing") << "equalizer" << "band3:slider" << gain3 << "set:nan" << "" << none;
+    QTest::newRow("master set to 99: the highest gain") << "equalizer" << "band0:slider" << QVariantList{"masterGain", -60, 20}
+                                                        << "set:99" << "" << QStringList{"User PEQ Master Gain=80"};
+    QTest::newRow("Tab: the master, then the bands in order") << "equalizer" << "band0:slider" << QVariantList{"masterGain", -60, 20}
+                                                               << "Tab" << "" << QStringList{"band1:slider", "band2:slider", "band3:slider"};
+    QTest::newRow("volume in steps: Increase") << "equalizer" << "volume" << QVariantList{"Volume", 0, 127}
+                                               << "Increase" << "" << QStringList{"Main Vol Master Gain=81"};
+    QTest::newRow("crossover in Hz: the Down key") << "bass" << "dbe1:slider" << QVariantList{"DBEXoverFC", 20, 500}
+                                                   << "Down" << "" << QStringList{"Music DBE Xover FC=79"};
+    QTest::newRow("effect strength in %") << "bass" << "dbe3:slider" << QVariantList{"DBEEffectStrength", 0, 100} << "" << "" << none;
+    QTest::newRow("delay in samples set to infinity: nothing") << "soundField" << "delay2:slider" << QVariantList{"chan2Delay", 0, 768}
+                                                               << "set:inf" << "" << none;
+    QTest::newRow("Fit: a button with Press") << "equalizer" << "fit" << QVariantList{} << "Press" << "" << none;
+    const QStringList pickers{"speakers:User", "mode:process", "coreType:SH", "dbeMode:process", "cvc:On", "twoMic:Off",
+                              "sendMode:1", "receiveMode:1", "rail:equalizer"};
+    const QStringList pages{"equalizer", "equalizer", "equalizer", "bass", "voice", "voice", "voice", "voice", "equalizer"};
+    for (int i = 0; i < pickers.size(); ++i) {
+        const QString picker = pickers[i].section(QLatin1Char(':'), 0, 0);
+        QTest::newRow(qPrintable(picker + ": the current member marked")) << pages[i] << picker << QVariantList{pickers[i]}
+                                                                          << "" << "" << none;
+    }
+}
+
+void TestScene::accessibleControls()
+{
+    QFETCH(QString, page);
+    QFETCH(QString, control);
+    QFETCH(QVariantList, state);
+    QFETCH(QString, action);
+    QFETCH(QString, failing);
+    QFETCH(QStringList, journal);
+
+    load(QSize(1280, 720));
+    if (QTest::currentTestFailed())
+        return;
+    if (page != QLatin1String("equalizer"))
+        tap(QStringLiteral("rail:") + page);
+    QQuickItem *target = item(control);
+    QVERIFY(target);
+    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(target);
+    QVERIFY(accessible && !accessible->text(QAccessible::Name).isEmpty());
+    QVERIFY(state.size() == 1 || accessible->state().focusable);
+    QAccessibleValueInterface *value = accessible->valueInterface();
+    const auto controllerValue = [&] { return eq->property(state.value(0).toByteArray().constData()).toDouble(); };
+    if (state.size() == 3) {
+        QVERIFY(value);
+        QCOMPARE(value->currentValue().toDouble(), controllerValue());
+        QCOMPARE(value->minimumValue().toDouble(), state[1].toDouble());
+        QCOMPARE(value->maximumValue().toDouble(), state[2].toDouble());
+        QCOMPARE(value->minimumStepSize().toDouble(), 1.0);
+    } else if (state.size() == 1) {
+        // Every member of the picker, the current one checked (a page tab: selected).
+        QQuickItem *current = item(state[0].toString());
+        QVERIFY(current);
+        QList<QQuickItem *> members;
+        for (QQuickItem *sibling : current->parentItem()->childItems())
+            if (::inherits(sibling, "QQuickAbstractButton"))
+                members << sibling;
+        QVERIFY(members.size() > 1);
+        const bool tabs = control == QLatin1String("rail");
+        for (QQuickItem *member : members) {
+            const QAccessibleInterface *m = QAccessible::queryAccessibleInterface(member);
+            QCOMPARE(m->role(), tabs ? QAccessible::PageTab : QAccessible::RadioButton);
+            QVERIFY2((tabs ? m->state().selected : m->state().checked) == (member == current), qPrintable(describe(member)));
+        }
+        if (tabs)
+            QCOMPARE(QAccessible::queryAccessibleInterface(current->parentItem())->role(), QAccessible::PageTabList);
+    }
+    const double before = state.size() == 3 ? controllerValue() : 0;
+    card->clearLogs();
+    if (!failing.isEmpty())
+        card->failWrites({failing});
+
+    QStringList seen;
+    if (action.startsWith(QLatin1String("set:"))) {
+        value->setCurrentValue(action.mid(4).toDouble());
+    } else if (action == QLatin1String("Up") || action == QLatin1String("Down")) {
+        accessible->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+        QTest::keyClick(viewer.get(), action == QLatin1String("Up") ? Qt::Key_Up : Qt::Key_Down);
+    } else if (action == QLatin1String("Tab")) {
+        target->forceActiveFocus(Qt::TabFocusReason);
+        for (int i = 0; i < journal.size(); ++i) {
+            QTest::keyClick(viewer.get(), Qt::Key_Tab);
+            seen << viewer->activeFocusItem()->objectName();
+        }
+    } else if (!action.isEmpty()) {
+        QVERIFY(accessible->actionInterface()->actionNames().contains(action));
+        accessible->actionInterface()->doAction(action);
+    }
+    QTest::qWait(20);
+    QCOMPARE(action == QLatin1String("Tab") ? seen : card->journal(), journal);
+    if (value) {
+        QCOMPARE(value->currentValue().toDouble(), controllerValue());
+        QVERIFY2(accessible->text(QAccessible::Name).contains(QString::number(controllerValue())), qPrintable(accessible->text(QAccessible::Name)));
+        if (journal.isEmpty() || action == QLatin1String("Tab"))
+            QCOMPARE(controllerValue(), before);
+    }
+    if (page == QLatin1String("equalizer") && action != QLatin1String("Tab"))
+        QCOMPARE(item(QStringLiteral("undo"))->isEnabled(), !journal.isEmpty() && control != QLatin1String("volume"));
     QVERIFY2(messages.isEmpty(), qPrintable(messages.join(QLatin1Char('\n'))));
 }
 
@@ -449,13 +585,21 @@ void TestScene::presetHoldSavesAndTapApplies()
     QTest::mouseRelease(viewer.get(), Qt::LeftButton, {}, at);
     QTest::qWait(50);
     QCOMPARE(eq->activatedPresetIdValue(), 1);
-    QVERIFY(rock->property("selected").toBool());
+    QVERIFY(QAccessible::queryAccessibleInterface(rock)->state().checked);
     QTRY_VERIFY(item(QStringLiteral("toast"))->isVisible());
     eq->findChild<QSettings *>()->sync();
     const QVariantHash stored = QSettings(settingsDir->filePath(QStringLiteral("Equalizer.conf")), QSettings::NativeFormat)
                                         .value(QStringLiteral("Rock")).toHash();
     QCOMPARE(stored.value(QStringLiteral("170")).toInt(), 5);
     QCOMPARE(stored.value(QStringLiteral("14k")).toInt(), -7);
+
+    // Save, then a tap: the same without the hold.
+    tap(QStringLiteral("savePreset"));
+    tap(QStringLiteral("preset:Vocal"));
+    QCOMPARE(eq->activatedPresetIdValue(), 2);
+    eq->findChild<QSettings *>()->sync();
+    QCOMPARE(QSettings(settingsDir->filePath(QStringLiteral("Equalizer.conf")), QSettings::NativeFormat)
+                     .value(QStringLiteral("Vocal")).toHash().value(QStringLiteral("170")).toInt(), 5);
 
     // Tap after a change: the stored gains go back to the card, as one undo step.
     QVERIFY(eq->changeGain(2, 0));
