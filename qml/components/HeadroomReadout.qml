@@ -38,7 +38,7 @@ RowLayout {
         objectName: "fit"
         text: qsTr("Fit")
         primary: readout.over && enabled
-        enabled: readout.fit !== masterGain
+        enabled: readout.fit !== null && readout.fit !== masterGain
         Accessible.name: qsTr("Fit: master gain to %1 dB").arg(readout.fit)
         onClicked: readout.fitRequested(readout.fit)
     }
