@@ -5,8 +5,6 @@
 // init() puts the card back to its power-on values and the controller on PEQ "User" at volume 80,
 // no sweet spot, no preset, no channel delay.
 
-#include "viewer/qtquick2applicationviewer.h"
-#include "app/startup.h"
 #include "control/controlservice.h"
 #include "support/controllerfixture.h"
 #include "support/privatebus.h"
@@ -15,7 +13,6 @@
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QJsonDocument>
-#include <QQuickItem>
 #include <QSettings>
 #include <QtTest>
 
@@ -426,34 +423,6 @@ private slots:
         QDBusConnection::disconnectFromBus(QStringLiteral("leaving"));
         const QDBusMessage reply = call(QStringLiteral("Export"), {QStringLiteral("native")});
         QVERIFY(reply.arguments().value(0).toString().contains(QLatin1String("\"format\": \"equalizer-tuning\"")));
-    }
-
-    // The band slider a finger moved follows a gain set over the bus.
-    void sceneFollows()
-    {
-        QtQuick2ApplicationViewer viewer;
-        Startup::publish(viewer, *unit->eq);
-        viewer.resize(1280, 720);
-        Startup::loadScene(viewer, qgetenv("EQ_BUILD_DIR") + "/usr/share/qml/equalizer/Equalizer_New.qml");
-        viewer.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
-        QList<QQuickItem *> items{viewer.contentItem()};
-        QQuickItem *column = nullptr, *slider = nullptr;
-        while (!items.isEmpty()) {
-            QQuickItem *item = items.takeFirst();
-            column = item->objectName() == QLatin1String("band3") ? item : column;
-            slider = item->objectName() == QLatin1String("band3:slider") ? item : slider;
-            items << item->childItems();
-        }
-        QVERIFY(column && slider);
-        QVariant y;
-        QVERIFY(QMetaObject::invokeMethod(column, "yAt", Q_RETURN_ARG(QVariant, y), Q_ARG(QVariant, 8)));
-        QTest::mouseClick(&viewer, Qt::LeftButton, {}, column->mapToScene(QPointF(column->width() / 2, y.toReal())).toPoint());
-        QTRY_VERIFY(unit->eq->gain3() > 0);
-
-        QCOMPARE(call(QStringLiteral("SetGain"), {3u, -7}).type(), QDBusMessage::ReplyMessage);
-        QTRY_COMPARE(slider->property("shown").toInt(), -7);
-        QCOMPARE(slider->property("value").toInt(), -7);
     }
 };
 
