@@ -28,7 +28,8 @@ eq_platform_setup() {
 }
 
 # The system bus's own access rules, but listening in EQ_PLATFORM_DIR, in the foreground, as the
-# current user (who may monitor it, as root may monitor the real one).
+# current user (who may monitor it, as root may monitor the real one, and who stands in for the
+# service user and the control group: the program owns its control name and equalizerctl may call it).
 _eq_platform_start_bus() {
     local dir=$EQ_PLATFORM_DIR
     {
@@ -41,6 +42,8 @@ _eq_platform_start_bus() {
         sed -n '/<policy[ >]/,/<\/policy>/p' /usr/share/dbus-1/system.conf
         echo "  <policy user=\"$(id -un)\">"
         echo '    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Monitoring"/>'
+        echo '    <allow own="zk.app.Equalizer"/>'
+        echo '    <allow send_destination="zk.app.Equalizer"/>'
         echo '  </policy>'
         echo '</busconfig>'
     } >"$dir/system-bus.conf"
@@ -126,6 +129,8 @@ From another terminal:
   press and release Home (the first line once: it keeps the key device open between presses):
     exec 3<>${EQ_KEY_FIFO:-<key FIFO>}
     printf '${zeros}\1\0\254\0\1\0\0\0${zeros}\1\0\254\0\0\0\0\0' >&3
+  change the sound as another program would (build/bin/equalizerctl --help for more):
+    ${bus}build/bin/equalizerctl gain 1k +3
   watch for "minimize" to the activity manager:
     ${bus}dbus-monitor --system "type='signal',interface='zk.activity.manager.interface'"
 EOF
