@@ -115,17 +115,12 @@ private slots:
         card.clearLogs();
         SignalLog log(eq);
 
-        QList<bool> results;
-        const L lines = traces([&] { results << eq->changeChanDelay(chan, delay) << eq->changeChanDelay(chan, delay); });
-
-        QCOMPARE(results, (QList<bool>{ok, ok}));
+        QCOMPARE(eq->changeChanDelay(chan, delay), ok);
+        QCOMPARE(eq->changeChanDelay(chan, delay), ok);
         const QString cmd = delayCmd(chan, delay);
         QCOMPARE(card.commands(), sent ? (L{cmd, cmd}) : L());
         QCOMPARE(log.take(), ok ? (L{"chanDelaysChanged()", "chanDelaysChanged()"}) : L());
         QCOMPARE(shownDelays(), expected);
-        const QString entry = QStringLiteral("changeChanDelay(%1, %2)").arg(chan).arg(delay);
-        const L once = sent ? L{entry, "changeChanDelay cmd: " + cmd} : L{entry};
-        QCOMPARE(lines, once + once);
     }
 
     void setSweetspot_data()
@@ -135,8 +130,6 @@ private slots:
 
         QTest::newRow("0: stored, nothing sent") << 0 << Ints();
         QTest::newRow("1: shortest delay on channel 1") << 1 << Ints{91, 203, 203, 272};
-        QTest::newRow("2: shortest delay on channel 2") << 2 << Ints{203, 91, 272, 203};
-        QTest::newRow("3: shortest delay on channel 3") << 3 << Ints{203, 272, 91, 203};
         QTest::newRow("4: shortest delay on channel 4") << 4 << Ints{272, 203, 203, 91};
         QTest::newRow("5: stored, nothing sent") << 5 << Ints();
     }
@@ -164,7 +157,6 @@ private slots:
         QCOMPARE(controller.stored("Sweetspot").toInt(), id);
         QCOMPARE(shownDelays(), delays.isEmpty() ? (Ints{10, 20, 30, 40}) : delays);
     }
-
 };
 
 QTEST_GUILESS_MAIN(TstMusic)

@@ -1,5 +1,7 @@
-// Profiles as the scene applies and saves them, against the real amixer on the virtual card and the
-// tuning scripts found on PATH.
+// Profiles as the scene applies and saves them, and the controller's start, which writes the band
+// frequencies and restores the saved preset, sweet spot and profile; against the real amixer on
+// the virtual card and the tuning scripts found on PATH. init() puts the card back to its power-on
+// values.
 
 #include "support/controllerfixture.h"
 #include "support/virtualcard.h"
@@ -8,12 +10,40 @@
 
 using namespace ControllerFixture;
 using L = QStringList;
+using M = QVariantMap;
 
 namespace {
 
 const QString chan1 = QStringLiteral("amixer sset \"Music Chan1 Delay\" 100");
 const QString chan3 = QStringLiteral("amixer sset \"Music Chan3 Delay\" 400");
 const QString twoMicOn = QStringLiteral("amixer sset \"Voicecall CVC 2Mic\" on");
+
+QString bandGain(int band, int dsp)
+{
+    return QStringLiteral("amixer sset \"User PEQ Band%1 Gain\" %2").arg(band).arg(dsp);
+}
+
+QString delay(int chan, int value)
+{
+    return QStringLiteral("amixer sset \"Music Chan%1 Delay\" %2").arg(chan).arg(value);
+}
+
+// The 29 reads that end every profile application, in their order (PEQ "User"). Spelt out rather
+// than built from the control catalogue, so that a wrong template shows here.
+L readBack()
+{
+    L reads{"amixer sget \"User PEQ Switch Mode\""};
+    for (const char *word : {"Switch Mode", "Xover FC", "Mix Balance", "Effect Strength", "Amp Limit", "LP FC",
+                             "HP FC", "Harm Content"})
+        reads << QStringLiteral("amixer sget \"Music DBE %1\"").arg(word);
+    reads << "amixer sget \"User PEQ Core Type\"" << "amixer sget \"User PEQ Master Gain\"";
+    for (int band = 1; band <= 10; ++band)
+        reads << QStringLiteral("amixer sget \"User PEQ Band%1 Gain\"").arg(band);
+    for (int chan = 1; chan <= 4; ++chan)
+        reads << QStringLiteral("amixer sget \"Music Chan%1 Delay\"").arg(chan);
+    return reads << "amixer sget \"Voicecall CVC Send Mode\"" << "amixer sget \"Voicecall CVC Recv Mode\""
+                 << "amixer sget \"Voicecall CVC 2Mic\"" << "amixer sget \"Main Vol Master Gain\"";
+}
 
 } // namespace
 
@@ -31,6 +61,7 @@ class TstProfiles : public QObject
 
 private slots:
     void initTestCase() { QVERIFY2(card.isValid(), qPrintable(card.errorString())); }
+    void init() { card.setPowerOnState(); }
 
     // The recording of this run replaces the stored entry whole; the chosen profile stays.
     void saveToProfiles()
@@ -88,8 +119,6 @@ private slots:
             qputenv("PATH", QFile::encodeName(scripts.path()) + ':' + path);
         }
         // Values the replay and the script change, so that the card can refuse them.
-        card.setValue("Music Chan1 Delay", 0);
-        card.setValue("Voicecall CVC 2Mic", 0);
         card.setValue("Main Vol Master Gain", 10);
         card.failWrites(refused);
         card.clearLogs();
@@ -115,7 +144,7 @@ private slots:
         // The script's own amixer runs come first, then the replay (in the stored hash's order),
         // then the read-back.
         L cmds = card.commands();
-        QCOMPARE(cmds.mid(cmds.size() - 29), profileReadBack());
+        QCOMPARE(cmds.mid(cmds.size() - 29), readBack());
         cmds = cmds.mid(0, cmds.size() - 29);
         L replay = cmds.mid(cmds.size() - replayed.size());
         replay.sort();
@@ -127,6 +156,67 @@ private slots:
         QCOMPARE(card.value("Music Chan3 Delay"), 0);
         QCOMPARE(eq->property("Volume").toInt(), volume);
         QCOMPARE(log.take().last(), "volumeChanged()");
+    }
+
+    void start_data()
+    {
+        QTest::addColumn<M>("settings");
+        QTest::addColumn<L>("restored"); // preset and sweet-spot writes
+        QTest::addColumn<M>("properties");
+        QTest::addColumn<M>("stored");
+
+        QTest::newRow("cold, no settings file: no preset, no sweet spot, Default Profile")
+                << M() << L()
+                << M{{"activatedPresetId", -1}, {"sweetspotId", -1}, {"activatedProfileId", 2}, {"Volume", 80}, {"gain1", 0}}
+                << M{{"PresetedId", -1}, {"Sweetspot", -1}, {"ProfileId", 2}};
+
+        // Bands 3 and 8 already hold the stored gain before the read-back, so they are not written.
+        const QVariantHash bass{{"60", 6}, {"170", 4}, {"310", -40}, {"600", 0}, {"1k", 0},
+                                {"3k", 0}, {"6k", 0}, {"12k", 0}, {"14k", 0}, {"16k", 0}};
+        L restored{bandGain(1, 66), bandGain(2, 64)};
+        for (int band : {4, 5, 6, 7, 9, 10})
+            restored << bandGain(band, 60);
+        restored << delay(1, 203) << delay(2, 272) << delay(3, 91) << delay(4, 203);
+        QTest::newRow("warm: preset 0, sweet spot 3, User Profile replayed over both")
+                << M{{"PresetedId", 0}, {"Bass", bass}, {"Sweetspot", 3}, {"ProfileId", 0},
+                     {"User Profile", recording({bandGain(1, 70), delay(2, 500)})}}
+                << restored
+                << M{{"activatedPresetId", 0}, {"sweetspotId", 3}, {"activatedProfileId", 0}, {"gain1", 10}, {"gain2", 0},
+                     {"chan1Delay", 203}, {"chan2Delay", 500}}
+                << M{{"PresetedId", 0}, {"Sweetspot", 3}, {"ProfileId", 0}};
+    }
+
+    // A cold start runs amixer 154 times: 1 volume read, 50 band frequencies (5 PEQs x 10 bands),
+    // 74 runs of SetAlsaDefault.sh (5 PEQs x 13 controls, 8 DBE, 1 volume) and the 29 reads back.
+    void start()
+    {
+        QFETCH(M, settings);
+        QFETCH(L, restored);
+        QFETCH(M, properties);
+        QFETCH(M, stored);
+
+        card.clearLogs();
+        Controller started(settings, false);
+        const L lines = traces([&] { started.start(); });
+
+        L head{"amixer sget \"Main Vol Master Gain\""};
+        const int bandFc[] = {60, 170, 310, 600, 1000, 3000, 6000, 12000, 14000, 16000};
+        for (const char *peq : {"User", "Spk1", "Spk2", "Spk3", "Spk4"})
+            for (int band = 1; band <= 10; ++band)
+                head << QStringLiteral("amixer sset \"%1 PEQ Band%2 FC\" %3").arg(peq).arg(band).arg(bandFc[band - 1]);
+        head << restored;
+        const L cmds = card.commands();
+        QCOMPARE(cmds.mid(0, head.size()), head);
+        if (settings.isEmpty())
+            QCOMPARE(cmds.size(), 154);
+        const int profile = stored["ProfileId"].toInt();
+        QCOMPARE(lines.filter("Profile"),
+                 (L{QStringLiteral("setToProfiles(id=%1)").arg(profile), QStringLiteral("updateProfileId(%1)").arg(profile),
+                    "setToProfiles, cmd : SetAlsaDefault.sh", "setToProfiles, result=1"}));
+        for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+            QCOMPARE(started->property(qPrintable(it.key())), it.value());
+        for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+            QCOMPARE(started.stored(it.key()).toInt(), it.value().toInt());
     }
 };
 

@@ -104,10 +104,6 @@ private slots:
         QFETCH(L, signalled);
         QFETCH(M, changed);
 
-        // Values that every write changes, so that the journal shows what reached the card.
-        card.setValue(sendMode, 7);
-        card.setValue(recvMode, 7);
-        card.setValue(twoMic, sent.first().endsWith(" on") ? 0 : 1);
         card.failWrites(refused.isEmpty() ? L() : L{refused});
         card.clearLogs();
         const QSet<QString> recordedBefore = recorded();
@@ -122,7 +118,6 @@ private slots:
 
         QCOMPARE(result, !signalled.isEmpty());
         QCOMPARE(card.commands(), sent);
-        QCOMPARE(card.journal().size(), refused.isEmpty() ? sent.size() : sent.size() - 1);
         QCOMPARE(recorded() - recordedBefore, QSet<QString>(newlyRecorded.cbegin(), newlyRecorded.cend()));
         QCOMPARE(notified, signalled);
         QCOMPARE(cvcState(), expected);

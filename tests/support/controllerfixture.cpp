@@ -53,48 +53,12 @@ QString redirected(const QString &cmd)
     return cmd + QStringLiteral(" < /dev/null 2>&1");
 }
 
-// Spelt out rather than built from the control catalogue, so that a wrong template shows here.
-QStringList profileReadBack()
-{
-    QStringList reads{QStringLiteral("amixer sget \"User PEQ Switch Mode\"")};
-    for (const char *word : {"Switch Mode", "Xover FC", "Mix Balance", "Effect Strength", "Amp Limit", "LP FC",
-                             "HP FC", "Harm Content"})
-        reads << QStringLiteral("amixer sget \"Music DBE %1\"").arg(QLatin1String(word));
-    reads << QStringLiteral("amixer sget \"User PEQ Core Type\"")
-          << QStringLiteral("amixer sget \"User PEQ Master Gain\"");
-    for (int band = 1; band <= 10; ++band)
-        reads << QStringLiteral("amixer sget \"User PEQ Band%1 Gain\"").arg(band);
-    for (int chan = 1; chan <= 4; ++chan)
-        reads << QStringLiteral("amixer sget \"Music Chan%1 Delay\"").arg(chan);
-    return reads << QStringLiteral("amixer sget \"Voicecall CVC Send Mode\"")
-                 << QStringLiteral("amixer sget \"Voicecall CVC Recv Mode\"")
-                 << QStringLiteral("amixer sget \"Voicecall CVC 2Mic\"")
-                 << QStringLiteral("amixer sget \"Main Vol Master Gain\"");
-}
-
 QVariantHash recording(const QStringList &cmds)
 {
     QVariantHash entry;
     for (const QString &cmd : cmds)
         entry.insert(cmd.left(cmd.lastIndexOf(QLatin1Char(' '))), cmd);
     return entry;
-}
-
-QList<int> shownGains(const Equalizer &equalizer)
-{
-    QList<int> gains{equalizer.property("masterGain").toInt()};
-    for (int band = 1; band <= 10; ++band)
-        gains << equalizer.property(qPrintable(QStringLiteral("gain%1").arg(band))).toInt();
-    return gains;
-}
-
-void loadGains(VirtualCard &card, Equalizer &equalizer, const QList<int> &gains)
-{
-    card.setValue(QStringLiteral("User PEQ Master Gain"), gains.value(0) + 60);
-    for (int band = 1; band <= 10; ++band)
-        card.setValue(QStringLiteral("User PEQ Band%1 Gain").arg(band), gains.value(band) + 60);
-    equalizer.changePeq(0);
-    card.clearLogs();
 }
 
 QVariantMap properties(const QObject &object)

@@ -5,28 +5,15 @@
 //     VirtualCard card;                                  // first: the controller reads it at once
 //     ControllerFixture::Controller eq(1);               // "DebugLevel" 1, started
 //     const QStringList lines = ControllerFixture::traces([&] { eq->changeMode(0); });
-//     QCOMPARE(lines, QStringList{"changMode cmd: amixer sset \"User PEQ Switch Mode\" 0"});
 //     QCOMPARE(card.commands(), QStringList{ControllerFixture::redirected(
 //                                   "amixer sset \"User PEQ Switch Mode\" 0")});
 //     QCOMPARE(eq.stored("ProfileId").toInt(), 2);
 //
-// Controller keeps the settings file and its lock in a temporary folder of its own and points the
-// key device at a file that does not exist, so the key thread ends at once; with the test
-// environment's unreachable system bus the bus thread ends at once too. start() waits for both, so
-// their start-up lines are out before a test captures standard output. Settings handed to the
-// constructor (or bytes given to writeFile()) are what the controller finds when it starts.
-// stored() reads the file back with a store of its own, after the running controller's store has
-// been written out.
-//
-// SignalLog lists every signal of the controller's own class, in the order emitted, as
-// "name(arguments)": "currentModeIdxChanged(2)", "gainChanged()", "currentCvcModeChanged(true)".
-//
-// loadGains() and shownGains() put gains on the card's PEQ "User" and read what the controller shows;
-// recording() is a user-profile entry as the controller stores it; Write is a table column that
-// calls one writer of the controller.
-//
-// traces() keeps only the controller's own lines ("<Equalizer>" and the message; the tag is
-// removed): the worker threads tag theirs differently. Both capture helpers close the capture
+// Controller keeps its settings file and lock in a temporary folder of its own and points the key
+// device at a missing file; with the test environment's unreachable system bus both worker threads
+// end at once, and start() waits for them, so their start-up lines are out before a test captures
+// standard output. stored() reads the file back after the running controller's store is written out.
+// traces() keeps only the controller's own lines, tag removed; the capture helpers close the capture
 // before they return, so that a failing comparison is reported where it can be seen.
 
 #include "equalizer/equalizer.h"
@@ -41,6 +28,7 @@
 
 namespace ControllerFixture {
 
+// A table column that calls one writer of the controller.
 using Write = std::function<bool(Equalizer &)>;
 
 EqualizerPaths paths(const QTemporaryDir &dir);
@@ -58,20 +46,14 @@ QStringList traces(const std::function<void()> &action);
 // A write as the runner runs it below debug level 4.
 QString redirected(const QString &cmd);
 
-// The 29 reads that end every profile application, in their order (PEQ "User").
-QStringList profileReadBack();
-
 // The user-profile entry of these commands: each under the command up to its last blank.
 QVariantHash recording(const QStringList &cmds);
-
-// Master and band gains in dB, in that order (11 values).
-QList<int> shownGains(const Equalizer &equalizer);
-// Puts them on PEQ "User" of the card, lets the controller read them back, then clears the logs.
-void loadGains(VirtualCard &card, Equalizer &equalizer, const QList<int> &gains);
 
 // The values of the object's own properties.
 QVariantMap properties(const QObject &object);
 
+// Every signal of the sender's own class, in the order emitted, as "name(arguments)":
+// "currentModeIdxChanged(2)", "gainChanged()".
 class SignalLog : public QObject
 {
 public:
