@@ -1,6 +1,6 @@
 // The virtual card driven by the real amixer: what is written reaches the card once, what the card
-// replies is what the controller's parser expects, faults and damage behave as documented, and the
-// stand-in tuning scripts set what their table says. The runner on top is tested in tests/mixer.
+// replies is what the controller's parser expects, faults and damage behave as documented. The
+// runner on top is tested in tests/mixer, the stand-in tuning scripts with the profiles.
 
 #include "mixer/reply.h"
 #include "support/virtualcard.h"
@@ -22,19 +22,14 @@ struct Run {
     QByteArray err;
 };
 
-// A program as the controller runs it: found on PATH (amixer is the card's logging wrapper), no shell.
-Run run(const QString &program, const L &args)
+// amixer as the controller runs it: found on PATH (the card's logging wrapper), no shell.
+Run amixer(const L &args)
 {
     QProcess process;
-    process.start(program, args);
+    process.start(QStringLiteral("amixer"), args);
     process.waitForFinished(60000);
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-Run amixer(const L &args)
-{
-    return run(QStringLiteral("amixer"), args);
 }
 
 QByteArray lastLine(const QByteArray &reply)
@@ -192,41 +187,6 @@ private slots:
             const L own = journal.filter(QRegularExpression('^' + QRegularExpression::escape(control) + '='));
             QCOMPARE(own.size(), 10);
             QCOMPARE(own.last(), control + "=110");
-        }
-    }
-
-    void tuningScripts_data()
-    {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<L>("failWrites");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<L>("expected"); // "Control=value" the card holds afterwards
-
-        QTest::newRow("default: flat and processing")
-                << "SetAlsaDefault.sh" << L() << 0
-                << L{"User PEQ Switch Mode=1", "Spk4 PEQ Band10 Gain=60", "Spk2 PEQ Master Gain=60", "Spk3 PEQ Band1 Gain=60", "Main Vol Master Gain=80"};
-        QTest::newRow("velto") << "SetAlsaVelto.sh" << L() << 0
-                               << L{"User PEQ Core Type=1", "Spk4 PEQ Band1 Gain=65", "Spk1 PEQ Band5 Gain=59", "Spk2 PEQ Master Gain=57",
-                                    "Main Vol Master Gain=96"};
-        QTest::newRow("velto, one write fails: the rest still lands, exit 1")
-                << "SetAlsaVelto.sh" << L{"Spk2 PEQ Band1 Gain"} << 1
-                << L{"Spk2 PEQ Band1 Gain=10", "Spk4 PEQ Band1 Gain=65", "Main Vol Master Gain=96"};
-    }
-
-    void tuningScripts()
-    {
-        QFETCH(QString, script);
-        QFETCH(L, failWrites);
-        QFETCH(int, exitCode);
-        QFETCH(L, expected);
-
-        card->setValue("Spk2 PEQ Band1 Gain", 10);
-        card->setValue("Spk4 PEQ Band10 Gain", 10);
-        card->failWrites(failWrites);
-        QCOMPARE(run(script, L()).exitCode, exitCode);
-        for (const QString &entry : expected) {
-            const QString control = entry.section('=', 0, 0);
-            QCOMPARE(control + '=' + QString::number(card->value(control)), entry);
         }
     }
 };
