@@ -32,6 +32,8 @@ PrivateBus::PrivateBus(const QString &extraPolicy)
         error = QStringLiteral("cannot read %1 or create a temporary directory").arg(system.fileName());
         return;
     }
+    // Clients a test runs as other users (setpriv) reach the socket through this folder.
+    QFile::setPermissions(dir.path(), QFile::permissions(dir.path()) | QFile::ReadOther | QFile::ExeOther);
     QString policies;
     const QRegularExpression policy(QStringLiteral("<policy\\b.*?</policy>"),
                                     QRegularExpression::DotMatchesEverythingOption);

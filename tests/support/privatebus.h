@@ -27,7 +27,8 @@
 class PrivateBus
 {
 public:
-    // extraPolicy: <policy> elements read after the system's, such as a name a test's service owns.
+    // extraPolicy: <policy> elements read after the system's, such as a name a test's service owns,
+    // or an <include> of a policy file.
     explicit PrivateBus(const QString &extraPolicy = QString());
     ~PrivateBus();
 
