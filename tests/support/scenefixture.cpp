@@ -2,7 +2,6 @@
 
 #include "app/startup.h"
 
-#include <QCoreApplication>
 #include <QSettings>
 #include <QtTest>
 
@@ -74,10 +73,4 @@ QPointF SceneFixture::bandHandleAt(int band, int db) const
     if (!column || !QMetaObject::invokeMethod(column, "yAt", Q_RETURN_ARG(QVariant, y), Q_ARG(QVariant, db)))
         return QPointF(-1, -1);
     return column->mapToScene(QPointF(column->width() / 2, y.toReal()));
-}
-
-void SceneFixture::showPage(int page)
-{
-    view->rootObject()->setProperty("currentPage", page);
-    QCoreApplication::processEvents();
 }

@@ -41,8 +41,6 @@ public:
     QPoint centre(const QString &objectName) const;
     // Where a band column puts its handle's centre for a gain, in the window.
     QPointF bandHandleAt(int band, int db) const;
-    // Shows page n of the rail, loading it if need be.
-    void showPage(int page);
 
 private:
     QTemporaryDir dir;
