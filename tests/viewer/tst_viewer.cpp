@@ -8,13 +8,13 @@
 
 namespace {
 
-// A scene that names the place it was loaded from.
-void writeScene(const QString &path, const QString &name)
+// A scene of one item, by default one that names the place it was loaded from.
+void writeScene(const QString &path, const QString &name, const QString &body = QString())
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(QStringLiteral("import QtQuick 2.15\nItem { objectName: \"%1\" }\n").arg(name).toUtf8());
+    file.write(QStringLiteral("import QtQuick 2.15\nItem { objectName: \"%1\"; %2 }\n").arg(name, body).toUtf8());
 }
 
 } // namespace
@@ -85,10 +85,7 @@ void TestViewer::quitFromSceneClosesWindow()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("Quit.qml"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("import QtQuick 2.15\nItem { Timer { interval: 10; running: true; onTriggered: Qt.quit() } }\n");
-    file.close();
+    writeScene(path, QStringLiteral("quit"), QStringLiteral("Timer { interval: 10; running: true; onTriggered: Qt.quit() }"));
 
     QtQuick2ApplicationViewer viewer;
     viewer.setMainQmlFile(path);
