@@ -26,9 +26,9 @@ function record(history, peq, changes) {
     return next.length > limit ? next.slice(next.length - limit) : next;
 }
 
-// Takes the newest step back through apply(peq, band, gain), which returns whether the card took
-// the write, newest band change first. Changes the card refused stay in the step for another try;
-// the step goes once all of them are back.
+// Takes the newest step back through apply(peq, band, gain, to), which returns whether the card took
+// the write (`to` is the gain the step left the band at), newest band change first. Changes the card
+// refused stay in the step for another try; the step goes once all of them are back.
 function undo(history, apply) {
     if (history.length === 0)
         return history;
@@ -36,7 +36,7 @@ function undo(history, apply) {
     var left = [];
     for (var i = step.changes.length - 1; i >= 0; --i) {
         var c = step.changes[i];
-        if (!apply(step.peq, c.band, c.from))
+        if (!apply(step.peq, c.band, c.from, c.to))
             left.unshift(c);
     }
     var rest = history.slice(0, history.length - 1);
@@ -51,12 +51,14 @@ function around(history, peq, snapshot, act) {
     return record(history, peq, diff(before, snapshot()));
 }
 
-// undo() on the controller `c` ({peq(), changePeq(peq), changeGain(band, gain)}): a step made on
-// another speaker set switches to it first.
+// undo() on the controller `c` ({peq(), changePeq(peq), gain(band), changeGain(band, gain)}): a step
+// made on another speaker set switches to it first. A band that no longer holds what the step left
+// it at was changed since by someone else (another program over the bus): that later change stands,
+// and the step's change of the band is dropped.
 function undoOn(history, c) {
-    return undo(history, function (peq, band, gain) {
+    return undo(history, function (peq, band, gain, to) {
         if (c.peq() !== peq)
             c.changePeq(peq);
-        return c.changeGain(band, gain);
+        return c.gain(band) !== to || c.changeGain(band, gain);
     });
 }

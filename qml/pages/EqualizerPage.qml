@@ -50,6 +50,7 @@ Item {
         history = Undo.undoOn(history, {
             peq: function () { return currentPeqIdx; },
             changePeq: function (peq) { changePeq(peq); },
+            gain: function (band) { return snapshot()[band]; },
             changeGain: function (band, gain) { return changeGain(band, gain); }
         });
     }

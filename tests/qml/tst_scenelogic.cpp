@@ -40,23 +40,35 @@ QtObject {
     function columnAt(a) { return Response.columnAt(a[0], a[1]); }
     function frequencyAt(a) { return Response.frequencyAt(a[0], a[1]); }
     // Records the steps a[0] (each [peq, [band, from, to], ...]) as gestures between two snapshots
-    // of the gains, then undoes a[1] times with the bands in a[2] failing. Returns the writes made
+    // of the gains, then undoes a[1] times on a controller that refuses the bands in a[2] and whose
+    // bands in a[3] ([band, gain], ...) were changed since by someone else. Returns the writes made
     // and the steps left.
     function undo(a) {
         let history = [];
+        const now = {};
         for (const step of a[0]) {
             const gains = [0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0];
-            step.slice(1).forEach(function (c) { gains[c[0]] = c[1]; });
+            step.slice(1).forEach(function (c) { gains[c[0]] = c[1]; now[c[0]] = c[2]; });
             history = Undo.around(history, step[0], function () { return gains.slice(); },
                                   function () { step.slice(1).forEach(function (c) { gains[c[0]] = c[2]; }); });
         }
+        a[3].forEach(function (c) { now[c[0]] = c[1]; });
+        let peq = 0;
         const writes = [];
-        for (let i = 0; i < a[1]; ++i) {
-            history = Undo.undo(history, function (peq, band, gain) {
+        const controller = {
+            peq: function () { return peq; },
+            changePeq: function (p) { peq = p; },
+            gain: function (band) { return now[band]; },
+            changeGain: function (band, gain) {
                 writes.push([peq, band, gain]);
-                return a[2].indexOf(band) < 0;
-            });
-        }
+                if (a[2].indexOf(band) >= 0)
+                    return false;
+                now[band] = gain;
+                return true;
+            }
+        };
+        for (let i = 0; i < a[1]; ++i)
+            history = Undo.undoOn(history, controller);
         return [writes, history.map(function (s) { return [s.peq, s.changes.length]; })];
     }
     // Starts a drag at a[0], moves the finger through a[1] while the controller takes each write
@@ -238,28 +250,32 @@ void TestSceneLogic::undo_data()
     QTest::addColumn<QVariantList>("steps");
     QTest::addColumn<int>("undos");
     QTest::addColumn<QVariantList>("refused");
+    QTest::addColumn<QVariantList>("since"); // [band, gain] set by another program after the steps
     QTest::addColumn<QVariantList>("writes");
     QTest::addColumn<QVariantList>("left");
 
     const QVariantList none;
-    QTest::newRow("nothing to undo: no write") << none << 1 << none << none << none;
+    QTest::newRow("nothing to undo: no write") << none << 1 << none << none << none << none;
     QTest::newRow("newest step first, its last change first")
-            << QVariantList{QVariantList{0, ints({3, 0, 4})}, QVariantList{0, ints({1, 2, 5}), ints({7, -3, 0})}} << 1 << none
+            << QVariantList{QVariantList{0, ints({3, 0, 4})}, QVariantList{0, ints({1, 2, 5}), ints({7, -3, 0})}} << 1 << none << none
             << QVariantList{ints({0, 7, -3}), ints({0, 1, 2})} << QVariantList{ints({0, 1})};
     QTest::newRow("a step keeps its speaker set")
-            << QVariantList{QVariantList{2, ints({0, 0, -6})}} << 1 << none << QVariantList{ints({2, 0, 0})} << none;
+            << QVariantList{QVariantList{2, ints({0, 0, -6})}} << 1 << none << none << QVariantList{ints({2, 0, 0})} << none;
     QTest::newRow("a refused band stays for another try")
-            << QVariantList{QVariantList{0, ints({1, 0, 3}), ints({2, 0, 4})}} << 1 << ints({2})
+            << QVariantList{QVariantList{0, ints({1, 0, 3}), ints({2, 0, 4})}} << 1 << ints({2}) << none
             << QVariantList{ints({0, 2, 0}), ints({0, 1, 0})} << QVariantList{ints({0, 1})};
+    QTest::newRow("a band changed since by another program keeps that change")
+            << QVariantList{QVariantList{0, ints({3, 0, 4}), ints({5, 0, 2})}} << 1 << none << QVariantList{ints({3, -2})}
+            << QVariantList{ints({0, 5, 0})} << none;
     QTest::newRow("a gesture that changed nothing is no step")
-            << QVariantList{QVariantList{0, ints({3, 4, 4})}} << 1 << none << none << none;
+            << QVariantList{QVariantList{0, ints({3, 4, 4})}} << 1 << none << none << none << none;
 
     QVariantList many, lastWrites;
     for (int i = 1; i <= 21; ++i)
         many.append(QVariant(QVariantList{0, ints({1, i - 1, i})}));
     for (int i = 21; i >= 2; --i)
         lastWrites.append(QVariant(ints({0, 1, i - 1})));
-    QTest::newRow("21 steps: the oldest is gone, 20 undos take the rest") << many << 21 << none << lastWrites << none;
+    QTest::newRow("21 steps: the oldest is gone, 20 undos take the rest") << many << 21 << none << none << lastWrites << none;
 }
 
 void TestSceneLogic::undo()
@@ -267,10 +283,11 @@ void TestSceneLogic::undo()
     QFETCH(QVariantList, steps);
     QFETCH(int, undos);
     QFETCH(QVariantList, refused);
+    QFETCH(QVariantList, since);
     QFETCH(QVariantList, writes);
     QFETCH(QVariantList, left);
 
-    QCOMPARE(call("undo", {steps, undos, refused}).toList(), (QVariantList{writes, left}));
+    QCOMPARE(call("undo", {steps, undos, refused, since}).toList(), (QVariantList{writes, left}));
 }
 
 void TestSceneLogic::drag_data()
