@@ -33,9 +33,11 @@ QByteArray homeKeyPressAndRelease()
 
 // Starts the built program against the private bus, its Home key fed through the laptop stand-in
 // (a FIFO mounted at the fixed key path) and its settings folder bound to dir/state, inside a mount
-// namespace of its own.
-void startProgram(QProcess &app, const QTemporaryDir &dir)
+// namespace of its own; returns once the program listens on the bus, which the bus's monitor shows.
+void startProgram(QProcess &app, const QTemporaryDir &dir, PrivateBus &bus)
 {
+    QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
+    QVERIFY(bus.startMonitor());
     QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("mnt"))));
     QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("state"))));
     QCOMPARE(mkfifo(QFile::encodeName(dir.filePath(QStringLiteral("home-key"))).constData(), 0600), 0);
@@ -52,6 +54,7 @@ void startProgram(QProcess &app, const QTemporaryDir &dir)
                "/var/lib/equalizer && source \"$1\" && shift && eq_platform_exec \"$@\"",
                dir.path(), qEnvironmentVariable("EQ_SOURCE_DIR") + "/scripts/laptop-platform.sh",
                qEnvironmentVariable("EQ_BUILD_DIR") + "/bin/equalizer"});
+    QVERIFY(bus.waitForMonitor("member=AddMatch", 30000));
 }
 
 // The key FIFO opened for writing once the program reads it; -1 if it never does.
@@ -82,18 +85,17 @@ private slots:
     void resumeShowsAndHomeKeyMinimizes()
     {
         PrivateBus bus;
-        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
-        QVERIFY(bus.startMonitor());
         QTemporaryDir dir;
         QProcess app;
-        startProgram(app, dir);
+        startProgram(app, dir, bus);
+        if (QTest::currentTestFailed())
+            return;
         QByteArray out;
         const auto printed = [&](const QByteArray &line) {
             out += app.readAll();
             return out.contains(line);
         };
 
-        QVERIFY(bus.waitForMonitor("member=AddMatch", 30000));
         QVERIFY(bus.sendSignal(QStringLiteral("/"), QStringLiteral("zk.app.Equalizer.interface.resume")));
         QTRY_VERIFY_WITH_TIMEOUT(printed("<Equalizer>show\n"), 10000);
 
@@ -123,12 +125,11 @@ private slots:
     {
         QFETCH(int, signal);
         PrivateBus bus;
-        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
-        QVERIFY(bus.startMonitor());
         QTemporaryDir dir;
         QProcess app;
-        startProgram(app, dir);
-        QVERIFY(bus.waitForMonitor("member=AddMatch", 30000));
+        startProgram(app, dir, bus);
+        if (QTest::currentTestFailed())
+            return;
         const int writer = keyWriter(dir);
         QVERIFY(writer >= 0);
         DBusConnection *client = dbus_connection_open_private(qPrintable(bus.address()), nullptr);
