@@ -1,9 +1,7 @@
-// The control interface as other programs reach it: served by the real controller on the virtual
-// card, on a private bus whose policy lets this test own the service's name (who may call what is
-// the shipped policy's business, tst_buspolicy), called by a bus client in this process and by
-// equalizerctl. The unit answers on this thread, so every wait keeps the event loop running.
-// init() puts the card back to its power-on values and the controller on PEQ "User" at volume 80,
-// no sweet spot, no preset, no channel delay.
+// The control interface served by the real controller on the virtual card and a private bus (who
+// may call what: tst_buspolicy), called by a client in this process and by equalizerctl. What the
+// controller does with a call is its own suites' business: here the bus layer's checks, errors,
+// announcements and the client. The unit answers on this thread, so every wait runs the event loop.
 
 #include "control/controlservice.h"
 #include "support/controllerfixture.h"
@@ -58,11 +56,11 @@ QString render(const QVariant &value)
     if (argument.currentSignature() == QLatin1String("ai")) {
         for (int item : qdbus_cast<QList<int>>(argument))
             parts << QString::number(item);
-    } else {
-        const QMap<QString, int> map = qdbus_cast<QMap<QString, int>>(argument);
-        for (auto it = map.cbegin(); it != map.cend(); ++it)
-            parts << QStringLiteral("%1=%2").arg(it.key()).arg(it.value());
+        return parts.join(QLatin1Char(' '));
     }
+    const QMap<QString, int> map = qdbus_cast<QMap<QString, int>>(argument);
+    for (auto it = map.cbegin(); it != map.cend(); ++it)
+        parts << QStringLiteral("%1=%2").arg(it.key()).arg(it.value());
     return parts.join(QLatin1Char(' '));
 }
 
@@ -189,14 +187,12 @@ private slots:
         const QString vol = QStringLiteral("Main Vol Master Gain");
         QTest::newRow("SetVolume 100") << "SetVolume" << Args{100} << none << none << L{sset(vol, 100)} << "Volume" << "100";
         QTest::newRow("SetVolume 128, beyond the screen's range") << "SetVolume" << Args{128} << none << invalid << L() << none << none;
-        QTest::newRow("AdjustVolume -5 from 80") << "AdjustVolume" << Args{-5} << none << none << L{sset(vol, 75)} << "Volume" << "75";
         QTest::newRow("AdjustVolume +100 stops at 127") << "AdjustVolume" << Args{100} << none << none << L{sset(vol, 127)} << "Volume" << "127";
         QTest::newRow("SetSpeaker Spk2: read, nothing written") << "SetSpeaker" << Args{"Spk2"} << none << none << L() << "Speaker" << "Spk2";
         QTest::newRow("SetSpeaker Spk9") << "SetSpeaker" << Args{"Spk9"} << none << invalid << L() << none << none;
         QTest::newRow("SetMode bypass") << "SetMode" << Args{"bypass"} << none << none << L{sset("User PEQ Switch Mode", 2)} << "Mode" << "bypass";
         QTest::newRow("SetCoreType DQ") << "SetCoreType" << Args{"DQ"} << none << none << L{sset("User PEQ Core Type", 2)} << "CoreType" << "DQ";
         QTest::newRow("SetGain band 3 to +4") << "SetGain" << Args{u(3), 4} << none << none << L{gain(3, 4)} << "BandGains" << "0 0 4 0 0 0 0 0 0 0";
-        QTest::newRow("SetGain master to -6") << "SetGain" << Args{u(0), -6} << none << none << L{gain(0, -6)} << "MasterGain" << "-6";
         QTest::newRow("SetGain band 11") << "SetGain" << Args{u(11), 1} << none << invalid << L() << none << none;
         QTest::newRow("SetGain +21 dB, above the bound") << "SetGain" << Args{u(1), 21} << none << invalid << L() << none << none;
         QTest::newRow("SetGain with a signed band: refused by the binding") << "SetGain" << Args{3, 4} << none
@@ -207,7 +203,6 @@ private slots:
         QTest::newRow("SavePreset Bass: stored, nothing written") << "SavePreset" << Args{"Bass"} << none << none << L() << "Preset" << "Bass";
         QTest::newRow("ApplyPreset Cust, never saved: nothing written") << "ApplyPreset" << Args{"Cust"} << none << none << L() << "Preset" << "Cust";
         QTest::newRow("ApplyPreset Vocal, band 1 refused") << "ApplyPreset" << Args{"Vocal"} << "User PEQ Band1 Gain" << refused << L{gain(1, 3)} << none << none;
-        QTest::newRow("ApplyPreset Jazz") << "ApplyPreset" << Args{"Jazz"} << none << invalid << L() << none << none;
         QTest::newRow("ApplyProfile User Profile: its script, no write of the controller's own") << "ApplyProfile" << Args{"User Profile"}
             << none << none << L() << "Profile" << "User Profile";
         QTest::newRow("SetSweetSpot 3") << "SetSweetSpot" << Args{3} << none << none << delays({203, 272, 91, 203}) << "ChannelDelays" << "203 272 91 203";
@@ -217,7 +212,6 @@ private slots:
         QTest::newRow("SetDbe DBEMixBalance 60") << "SetDbe" << Args{"DBEMixBalance", 60} << none << none << L{sset("Music DBE Mix Balance", 60)} << "Dbe"
             << "DBEAmpLimit=80 DBEEffectStrength=50 DBEHPFC=40 DBEHarmContent=50 DBELPFC=120 DBEMixBalance=60 DBEModeIdx=1 DBEXoverFC=80";
         QTest::newRow("SetDbe DBEXoverFC 10, below the screen's range") << "SetDbe" << Args{"DBEXoverFC", 10} << none << invalid << L() << none << none;
-        QTest::newRow("SetDbe Loudness") << "SetDbe" << Args{"Loudness", 1} << none << invalid << L() << none << none;
         QTest::newRow("SetChannelDelay 4 to 300") << "SetChannelDelay" << Args{u(4), 300} << none << none << L{sset("Music Chan4 Delay", 300)}
             << "ChannelDelays" << "0 0 0 300";
         QTest::newRow("SetChannelDelay of channel 0") << "SetChannelDelay" << Args{u(0), 1} << none << invalid << L() << none << none;
@@ -228,9 +222,6 @@ private slots:
         QTest::newRow("SetCvcSendMode 3") << "SetCvcSendMode" << Args{3} << none << none << L{sset("Voicecall CVC Send Mode", 3)} << "CvcSendMode" << "3";
         QTest::newRow("SetCvcRecvMode 8") << "SetCvcRecvMode" << Args{8} << none << invalid << L() << none << none;
         QTest::newRow("Export xml") << "Export" << Args{"xml"} << none << invalid << L() << none << none;
-        QTest::newRow("Import of a filter list") << "Import" << Args{"Filter 1: ON PK Fc 170 Hz Gain 5 dB Q 1.41", false, t(0)} << none << none
-            << L{gain(2, 5)} << "BandGains" << "0 5 0 0 0 0 0 0 0 0";
-        QTest::newRow("Import, dry run") << "Import" << Args{"Filter 1: ON PK Fc 170 Hz Gain 5 dB", true, t(0)} << none << none << L() << none << none;
         QTest::newRow("Import, stale revision") << "Import" << Args{apoPair, false, t(99999)} << none << stale << L() << none << none;
         QTest::newRow("Import, truncated document") << "Import" << Args{"{\"format\": \"equalizer-tu", false, t(0)} << none << invalid << L() << none << none;
         QTest::newRow("Import, NaN gain") << "Import" << Args{"Filter 1: ON PK Fc 60 Hz Gain nan dB", false, t(0)} << none << invalid << L() << none << none;
@@ -288,11 +279,9 @@ private slots:
         QTest::newRow("no command") << L() << none << none << 2 << "" << L();
         QTest::newRow("volume shown") << L{"volume"} << none << none << 0 << "80\n" << L();
         QTest::newRow("volume raised by 5") << L{"volume", "+5"} << none << none << 0 << "" << L{sset("Main Vol Master Gain", 85)};
-        QTest::newRow("volume 200, refused by the unit") << L{"volume", "200"} << none << none << 2 << "" << L();
         QTest::newRow("band 1k lowered by 3") << L{"gain", "1k", "-3"} << none << none << 0 << "" << L{gain(5, -3)};
         QTest::newRow("master set to -6") << L{"gain", "master", "=-6"} << none << none << 0 << "" << L{gain(0, -6)};
         QTest::newRow("no band 11") << L{"gain", "11", "3"} << none << none << 2 << "" << L();
-        QTest::newRow("band 3 refused by the card") << L{"gain", "3", "4"} << none << "User PEQ Band3 Gain" << 1 << "" << L{gain(3, 4)};
         QTest::newRow("unknown speaker set") << L{"speaker", "Spk9"} << none << none << 2 << "" << L();
         QTest::newRow("sweet spot 2") << L{"sweetspot", "2"} << none << none << 0 << "" << delays({203, 91, 272, 203});
         QTest::newRow("delay of channel 2") << L{"delay", "2", "100"} << none << none << 0 << "" << L{sset("Music Chan2 Delay", 100)};
@@ -308,7 +297,6 @@ private slots:
             << "applied: band 1 \\(60 Hz\\): 4 dB\n.*Filter 1: 63 Hz taken as band 1.*Filter 1: Q 2 is not the bands' Q.*"
                "skipped: Filter 2: 2500 Hz is far from every band centre\nrevision: \\d+\n" << L{gain(1, 4)};
         QTest::newRow("filter list, dry run") << L{"import", "@", "--dry-run"} << apoPair << none << 0 << ".*\\(dry run: nothing written\\)\n" << L();
-        QTest::newRow("filter list with an infinite gain") << L{"import", "@"} << "Filter 1: ON PK Fc 60 Hz Gain inf dB\n" << none << 2 << "" << L();
         QTest::newRow("import of a missing file") << L{"import", "/nonexistent/tuning.json"} << none << none << 2 << "" << L();
         QTest::newRow("import at a stale revision") << L{"import", "@", "--revision", "99999"} << apoPair << none << 1 << "" << L();
         QTest::newRow("unit not running") << L{"volume"} << none << "(service stopped)" << 4 << "" << L();
@@ -351,16 +339,22 @@ private slots:
             QVERIFY(QJsonDocument::fromJson(stdOut).object().contains(QStringLiteral("Revision")));
     }
 
-    // A unit tuned away from its defaults, exported, and imported on a fresh unit: the fresh unit
-    // exports the same document. A copy with one value beyond its range is refused whole first.
+    // A unit tuned away from its defaults in every part of the document, exported, and imported on
+    // a fresh unit: the fresh unit exports the same document. A copy with one value beyond its range
+    // is refused whole first. The client tunes only what its table leaves out; the rest is direct.
     void nativeRoundTrip()
     {
         QByteArray out, err;
-        for (const L &args : {L{"profile", "Velto"}, L{"speaker", "Spk3"}, L{"gain", "1k", "+5"}, L{"gain", "master", "=-4"},
-                              L{"preset", "save", "Vocal"}, L{"speaker", "Spk1"}, L{"gain", "60", "-2"}, L{"sweetspot", "4"},
-                              L{"delay", "1", "500"}, L{"dbe", "DBEAmpLimit", "60"}, L{"voice", "send", "3"}, L{"voice", "twomic", "on"},
-                              L{"volume", "90"}})
-            QVERIFY2(ctl(args, &out, &err) == 0, err.constData());
+        Equalizer &eq = *unit->eq;
+        QVERIFY2(ctl({"profile", "Velto"}, &out, &err) == 0, err.constData());
+        eq.changePeq(3);
+        QVERIFY(eq.changeGain(5, 4) && eq.changeGain(0, -4));
+        QVERIFY2(ctl({"preset", "save", "Vocal"}, &out, &err) == 0, err.constData());
+        eq.changePeq(1);
+        eq.setSweetspot(4);
+        QVERIFY(eq.changeGain(1, -2) && eq.changeChanDelay(1, 500) && eq.changeDBEParams(4, 60) && eq.changeTwoMicMode(true)
+                && eq.setVolume(90));
+        QVERIFY2(ctl({"voice", "send", "3"}, &out, &err) == 0, err.constData());
         QTemporaryDir dir;
         const QString exported = dir.filePath(QStringLiteral("unit.json"));
         QCOMPARE(ctl({"export", "-o", exported}, &out, &err), 0);

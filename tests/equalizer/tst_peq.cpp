@@ -1,8 +1,6 @@
-// PEQ selection, switch mode, core type, gains and presets as the scene drives them, against the
-// real amixer on the virtual card. One card and one controller (debug level 4: every trace, no
-// redirection) serve every row; init() puts the card back to its power-on values (0 dB everywhere,
-// mode 1, core type 0) and lets the controller read PEQ "User" again. A write the card refuses is
-// covered for every writer at once in tst_mixerrunner.
+// PEQ selection, switch mode, core type, gains and presets against the real amixer on the virtual
+// card. One card and one controller (debug level 4: every trace, no redirection) serve every row;
+// init() puts the card back to power-on (0 dB, mode 1, core type 0) and reads PEQ "User" again.
 
 #include "support/controllerfixture.h"
 #include "support/virtualcard.h"

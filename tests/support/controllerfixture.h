@@ -1,20 +1,11 @@
 #pragma once
 
-// Helpers for tests that construct the real controller, usually on a VirtualCard.
-//
-//     VirtualCard card;                                  // first: the controller reads it at once
-//     ControllerFixture::Controller eq(1);               // "DebugLevel" 1, started
-//     const QStringList lines = ControllerFixture::traces([&] { eq->changeMode(0); });
-//     QCOMPARE(card.commands(), QStringList{ControllerFixture::redirected(
-//                                   "amixer sset \"User PEQ Switch Mode\" 0")});
-//     QCOMPARE(eq.stored("ProfileId").toInt(), 2);
-//
-// Controller keeps its settings file and lock in a temporary folder of its own and points the key
-// device at a missing file; with the test environment's unreachable system bus both worker threads
-// end at once, and start() waits for them, so their start-up lines are out before a test captures
-// standard output. stored() reads the file back after the running controller's store is written out.
-// traces() keeps only the controller's own lines, tag removed; the capture helpers close the capture
-// before they return, so that a failing comparison is reported where it can be seen.
+// Helpers for tests that construct the real controller, usually on a VirtualCard (made first: the
+// controller reads it at once). Controller keeps its settings file and lock in a temporary folder
+// and points the key device at a missing file; with the test environment's unreachable system bus
+// both worker threads end at once, and start() waits for them, so their start-up lines are out
+// before a test captures standard output. The capture helpers close the capture before they
+// return, so that a failing comparison is reported where it can be seen.
 
 #include "equalizer/equalizer.h"
 #include "support/virtualcard.h"
