@@ -141,7 +141,7 @@ private slots:
                  L({QStringLiteral("setToProfiles(id=%1)").arg(id), "setToProfiles, cmd : " + script,
                     QStringLiteral("setToProfiles, result=%1").arg(result)}));
 
-        // The script's own amixer runs come first, then the replay (in the stored hash's order),
+        // The script's own amixer runs (-q) come first, then the replay (in the stored hash's order),
         // then the read-back.
         L cmds = card.commands();
         QCOMPARE(cmds.mid(cmds.size() - 29), readBack());
@@ -152,8 +152,6 @@ private slots:
         QCOMPARE(replay, replayed);
         for (const QString &cmd : cmds.mid(0, cmds.size() - replayed.size()))
             QVERIFY2(cmd.startsWith("amixer -q sset "), qPrintable(cmd));
-        QCOMPARE(card.value("Music Chan2 Delay"), 0);
-        QCOMPARE(card.value("Music Chan3 Delay"), 0);
         QCOMPARE(eq->property("Volume").toInt(), volume);
         QCOMPARE(log.take().last(), "volumeChanged()");
     }
