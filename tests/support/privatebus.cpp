@@ -6,13 +6,14 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <csignal>
 #include <pwd.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
 
 const char systemPolicy[] = "/usr/share/dbus-1/system.conf";
-const char ownProcessVariable[] = "EQ_CASE_IN_OWN_PROCESS";
 
 QString currentUserName()
 {
@@ -21,6 +22,11 @@ QString currentUserName()
 }
 
 } // namespace
+
+void TiedProcess::setupChildProcess()
+{
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
 
 PrivateBus::PrivateBus(const QString &extraPolicy)
 {
@@ -89,11 +95,6 @@ PrivateBus::~PrivateBus()
         qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
-bool PrivateBus::isRunning() const
-{
-    return daemon.state() == QProcess::Running && !busAddress.isEmpty();
-}
-
 void PrivateBus::stop()
 {
     if (daemon.state() == QProcess::NotRunning)
@@ -114,7 +115,7 @@ bool PrivateBus::sendSignal(const QString &path, const QString &interfaceMember)
 
 bool PrivateBus::startMonitor()
 {
-    monitor = std::make_unique<QProcess>();
+    monitor = std::make_unique<TiedProcess>();
     monitor->setProcessChannelMode(QProcess::MergedChannels);
     monitor->start(QStringLiteral("dbus-monitor"), {QStringLiteral("--system")});
     // A monitor loses its unique name when it switches to monitoring.
@@ -143,11 +144,6 @@ QByteArray PrivateBus::monitorOutput()
     return monitorText;
 }
 
-bool PrivateBus::inOwnProcess()
-{
-    return qEnvironmentVariableIsSet(ownProcessVariable);
-}
-
 void PrivateBus::runCaseInOwnProcess()
 {
     QString name = QString::fromLatin1(QTest::currentTestFunction());
@@ -157,9 +153,9 @@ void PrivateBus::runCaseInOwnProcess()
     // The verdict goes to a file: the case may redirect standard output to capture it.
     QTemporaryDir logDir;
     const QString log = logDir.filePath(QStringLiteral("case.txt"));
-    QProcess child;
+    TiedProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QString::fromLatin1(ownProcessVariable), QStringLiteral("1"));
+    environment.insert(QStringLiteral("EQ_CASE_IN_OWN_PROCESS"), QStringLiteral("1"));
     child.setProcessEnvironment(environment);
     child.setProcessChannelMode(QProcess::MergedChannels);
     child.start(QCoreApplication::applicationFilePath(), {name, QStringLiteral("-o"), log + QStringLiteral(",txt")});

@@ -1,12 +1,7 @@
 #pragma once
 
-// StdoutCapture: collects what the process writes to file descriptor 1 (or another descriptor, such
-// as 2 for standard error) while it lives, including printf/puts output of the code under test. Nest
-// no two captures of the same descriptor.
-//
-//     StdoutCapture out;
-//     equalizer.minimize();
-//     QCOMPARE(out.text(), QByteArray("<Equalizer>minimize\n"));
+// StdoutCapture: what the process writes to a descriptor (1, or 2 for standard error) while it
+// lives, printf output of the code under test included. Nest no two captures of one descriptor.
 
 #include <QByteArray>
 #include <QTemporaryFile>
@@ -17,7 +12,7 @@ public:
     explicit StdoutCapture(int fd = 1);
     ~StdoutCapture();
 
-    // Everything written since construction (flushes stdout first); capture goes on.
+    // Everything written so far; capture goes on.
     QByteArray text();
 
 private:

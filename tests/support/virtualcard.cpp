@@ -86,26 +86,6 @@ bool VirtualCard::runEnvScript()
     return false;
 }
 
-bool VirtualCard::isValid() const
-{
-    return valid;
-}
-
-QString VirtualCard::errorString() const
-{
-    return error;
-}
-
-QString VirtualCard::dir() const
-{
-    return tempDir.path();
-}
-
-QString VirtualCard::path(const QString &name) const
-{
-    return tempDir.path() + QLatin1Char('/') + name;
-}
-
 QStringList VirtualCard::lines(const QString &name) const
 {
     QFile file(path(name));
@@ -130,32 +110,12 @@ void VirtualCard::writeList(const QString &name, const QStringList &lines)
     file.commit();
 }
 
-QStringList VirtualCard::journal() const
-{
-    return lines(QStringLiteral("journal"));
-}
-
-QStringList VirtualCard::commands() const
-{
-    return lines(QStringLiteral("commands"));
-}
-
 void VirtualCard::clearLogs()
 {
     for (const QString &name : {QStringLiteral("journal"), QStringLiteral("commands")}) {
         QFile file(path(name));
         file.open(QIODevice::WriteOnly | QIODevice::Truncate);
     }
-}
-
-void VirtualCard::failWrites(const QStringList &controls)
-{
-    writeList(QStringLiteral("fail-writes"), controls);
-}
-
-void VirtualCard::failReads(const QStringList &controls)
-{
-    writeList(QStringLiteral("fail-reads"), controls);
 }
 
 int VirtualCard::value(const QString &control) const

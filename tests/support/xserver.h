@@ -1,12 +1,8 @@
 #pragma once
 
-// XServer: a private Xvfb display for the life of the object, on a display number Xvfb picks
-// itself (-displayfd), so that parallel tests never collide; with a kiosk window manager, as on the
-// unit, so that full screen and maximised are real window states. DISPLAY is set for the children
-// this process starts; the process itself stays on its own platform.
-//
-//     XServer x;
-//     QVERIFY2(x.start(), qPrintable(x.errorString()));
+// XServer: a private Xvfb display on a number Xvfb picks itself (-displayfd), so that parallel tests
+// never collide, with a kiosk window manager so that full screen and maximised are real window
+// states. DISPLAY is set for the children this process starts.
 
 #include <QProcess>
 #include <QString>
