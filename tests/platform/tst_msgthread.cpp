@@ -19,28 +19,37 @@ const char rule[] = "type='signal',interface='zk.app.Equalizer.interface'";
 // How the monitor shows the loop subscribing: from then on the bus routes the signals to it.
 const QByteArray subscribed = QByteArray("member=AddMatch\n   string \"") + rule + '"';
 
-// What the toolkit's debug handler receives, from any thread.
-class DebugLog
+// What the toolkit's debug handler receives, from any thread. Each case has a process of its own
+// and keeps the handler to its end.
+QMutex mutex;
+QStringList debugLines;
+void recordDebug(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
-public:
-    DebugLog() { previous = qInstallMessageHandler(record); }
-    ~DebugLog() { qInstallMessageHandler(previous); }
-    static QStringList lines()
-    {
-        QMutexLocker locker(&mutex);
-        return recorded;
-    }
+    QMutexLocker locker(&mutex);
+    if (type == QtDebugMsg)
+        debugLines << message;
+}
+QStringList debugLog()
+{
+    QMutexLocker locker(&mutex);
+    return debugLines;
+}
 
-private:
-    static void record(QtMsgType type, const QMessageLogContext &, const QString &message)
+// The loop on a private bus, started and subscribed.
+struct Loop
+{
+    PrivateBus bus;
+    MsgThread thread;
+    std::atomic<int> resumes{0};
+    bool start()
     {
-        QMutexLocker locker(&mutex);
-        if (type == QtDebugMsg)
-            recorded << message;
+        qInstallMessageHandler(recordDebug);
+        QObject::connect(&thread, &MsgThread::appResume, [this] { ++resumes; });
+        if (!bus.isRunning() || !bus.startMonitor())
+            return false;
+        thread.start();
+        return bus.waitForMonitor(subscribed);
     }
-    static inline QMutex mutex;
-    static inline QStringList recorded;
-    QtMessageHandler previous;
 };
 
 } // namespace
@@ -76,16 +85,8 @@ private slots:
         QFETCH(QStringList, sent);
         QFETCH(QStringList, logged);
         QFETCH(int, padding);
-        PrivateBus bus;
-        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
-        QVERIFY(bus.startMonitor());
-        DebugLog log;
-        MsgThread thread;
-        std::atomic<int> resumes{0};
-        connect(&thread, &MsgThread::appResume, [&] { ++resumes; });
-        thread.start();
-        QVERIFY(bus.waitForMonitor(subscribed));
-
+        Loop loop;
+        QVERIFY2(loop.start(), qPrintable(loop.bus.errorString()));
         if (padding) {
             DBusConnection *shared = dbus_bus_get(DBUS_BUS_SYSTEM, nullptr);
             DBusMessage *large = dbus_message_new_signal("/", "zk.app.Other.interface", "pad");
@@ -99,12 +100,16 @@ private slots:
             dbus_connection_unref(shared);
         }
         for (const QString &signal : sent)
-            QVERIFY(bus.sendSignal(QStringLiteral("/"), signal));
-        QTRY_COMPARE_WITH_TIMEOUT(resumes.load(), 1, 3000);
-        thread.stop();
-        QVERIFY(thread.wait(5000));
-        QCOMPARE(resumes.load(), 1);
-        QCOMPARE(log.lines(), logged);
+            QVERIFY(loop.bus.sendSignal(QStringLiteral("/"), signal));
+        QTRY_COMPARE_WITH_TIMEOUT(loop.resumes.load(), 1, 3000);
+        // Pausing tells the launcher on its own path and interface.
+        loop.thread.onAppPaused();
+        QVERIFY(loop.bus.waitForMonitor(
+            "path=/zk/activity/Equalizer; interface=zk.activity.manager.interface; member=minimize"));
+        loop.thread.stop();
+        QVERIFY(loop.thread.wait(5000));
+        QCOMPARE(loop.resumes.load(), 1);
+        QCOMPARE(debugLog(), logged + QStringList{"<Equalizer - MsgThread> sent minimize to launch\r\n"});
     }
 
     void queuedSignalsAreHandledInOnePass()
@@ -136,54 +141,31 @@ private slots:
         dbus_connection_unref(shared);
     }
 
-    void onAppPausedBroadcastsMinimize()
-    {
-        EQ_RUN_IN_OWN_PROCESS();
-        PrivateBus bus;
-        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
-        QVERIFY(bus.startMonitor());
-        DebugLog log;
-        MsgThread thread;
-        thread.start();
-        QVERIFY(bus.waitForMonitor(subscribed));
-
-        thread.onAppPaused();
-        QVERIFY(bus.waitForMonitor(
-            "path=/zk/activity/Equalizer; interface=zk.activity.manager.interface; member=minimize"));
-        QVERIFY(log.lines().contains(QStringLiteral("<Equalizer - MsgThread> sent minimize to launch\r\n")));
-    }
-
     void withoutBus()
     {
         EQ_RUN_IN_OWN_PROCESS();
         QTemporaryDir dir;
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + dir.filePath("none").toLocal8Bit());
-        DebugLog log;
+        qInstallMessageHandler(recordDebug);
         StdoutCapture out;
         MsgThread thread;
         thread.start();
         QVERIFY(thread.wait(5000));
         thread.onAppPaused();
         QCOMPARE(out.text(), QByteArray("<Equalizer - MsgThread> dbus get error\nRadio recv dbus deamon exit \n"));
-        QCOMPARE(log.lines(), QStringList({noConnection, noConnection}));
+        QCOMPARE(debugLog(), QStringList({noConnection, noConnection}));
     }
 
     void busGoingAwayEndsTheLoop()
     {
         EQ_RUN_IN_OWN_PROCESS();
-        PrivateBus bus;
-        QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
-        QVERIFY(bus.startMonitor());
-        DebugLog log;
         StdoutCapture out;
-        MsgThread thread;
-        thread.start();
-        QVERIFY(bus.waitForMonitor(subscribed));
-
-        bus.stop();
-        QVERIFY(thread.wait(5000));
+        Loop loop;
+        QVERIFY2(loop.start(), qPrintable(loop.bus.errorString()));
+        loop.bus.stop();
+        QVERIFY(loop.thread.wait(5000));
         QCOMPARE(out.text(), QByteArray("Radio recv dbus deamon exit \n"));
-        thread.onAppPaused();
+        loop.thread.onAppPaused();
     }
 };
 

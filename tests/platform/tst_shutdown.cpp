@@ -2,7 +2,6 @@
 #include "support/privatebus.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -55,17 +54,12 @@ private slots:
             connect(worker, &QThread::finished, [&] { ++finished; });
         }
 
-        QElapsedTimer timer;
-        timer.start();
         equalizer.reset();
-        const qint64 elapsed = timer.elapsed();
-        qInfo("destroying the controller took %lld ms", elapsed);
         close(writer);
 
         QCOMPARE(finished.load(), 2);
         // QThread::wait() returns once run() is over; the kernel thread may take a moment longer.
         QTRY_COMPARE(threadsOfThisProcess(), threadsBefore);
-        QVERIFY(elapsed < 1500);
     }
 };
 
