@@ -26,8 +26,7 @@ class TestViewer : public QObject
 private slots:
     void lookupOrder_data();
     void lookupOrder();
-    void quitFromSceneClosesWindow();
-    void rootItemFollowsWindowSize();
+    void rootItemFollowsWindowAndQuitCloses();
 };
 
 // The place below the executable's parent folder is tried first, the path as given second.
@@ -81,24 +80,11 @@ void TestViewer::lookupOrder()
     QDir::setCurrent(savedCwd);
 }
 
-void TestViewer::quitFromSceneClosesWindow()
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("Quit.qml"));
-    writeScene(path, QStringLiteral("quit"), QStringLiteral("Timer { interval: 10; running: true; onTriggered: Qt.quit() }"));
-
-    QtQuick2ApplicationViewer viewer;
-    viewer.setMainQmlFile(path);
-    viewer.show();
-    QVERIFY(viewer.isVisible());
-    QTRY_VERIFY(!viewer.isVisible());
-}
-
-void TestViewer::rootItemFollowsWindowSize()
+void TestViewer::rootItemFollowsWindowAndQuitCloses()
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("Sized.qml"));
-    writeScene(path, QStringLiteral("sized"));
+    writeScene(path, QStringLiteral("sized"), QStringLiteral("function quit() { Qt.quit() }"));
 
     QtQuick2ApplicationViewer viewer;
     QCOMPARE(viewer.title(), QStringLiteral("Equalizer"));
@@ -109,6 +95,8 @@ void TestViewer::rootItemFollowsWindowSize()
     viewer.resize(1024, 600);
     QTRY_COMPARE(viewer.rootObject()->width(), 1024.0);
     QCOMPARE(viewer.rootObject()->height(), 600.0);
+    QVERIFY(QMetaObject::invokeMethod(viewer.rootObject(), "quit"));
+    QTRY_VERIFY(!viewer.isVisible());
 }
 
 QTEST_MAIN(TestViewer)

@@ -1,8 +1,7 @@
-// The virtual card driven by the real amixer: what is written reaches the card once, what the card
-// replies is what the controller's parser expects, faults and damage behave as documented. The
-// runner on top is tested in tests/mixer, the stand-in tuning scripts with the profiles.
+// The virtual card driven by the real amixer: what is written reaches the card once, replies carry
+// no dB bracket, faults and damage behave as documented. The runner and its parser on top are
+// tested in tests/mixer.
 
-#include "mixer/reply.h"
 #include "support/virtualcard.h"
 
 #include <QFile>
@@ -53,7 +52,6 @@ private slots:
     }
     void cleanup() { card.reset(); }
 
-    // held: the raw value, or the switch's text, the reply stands for.
     void roundTrip_data()
     {
         QTest::addColumn<QString>("control");
@@ -71,8 +69,8 @@ private slots:
         QTest::newRow("2Mic off, already off: nothing reaches the card") << "Voicecall CVC 2Mic" << "off" << L() << QByteArray("Mono: Playback [off]");
     }
 
-    // Written in one amixer process, read back in another: the value persisted in between, reached
-    // the card once, and the reply parses to it.
+    // Written in one amixer process, read back in another: the value persisted in between and
+    // reached the card once.
     void roundTrip()
     {
         QFETCH(QString, control);
@@ -86,16 +84,11 @@ private slots:
         QCOMPARE(get.exitCode, 0);
         QCOMPARE(lastLine(get.out), replyLine);
         QVERIFY2(!get.out.contains("dB"), get.out.constData());
-        if (written == QLatin1String("on") || written == QLatin1String("off")) {
-            QCOMPARE(MixerReply::bracketText(get.out).text, written.toLatin1());
-            return;
-        }
-        const int held = journal.first().section('=', 1).toInt();
-        QCOMPARE(card->value(control), held);
-        QCOMPARE(MixerReply::integerValue(get.out).value, held);
-        QCOMPARE(MixerReply::volumeValue(get.out).value, held);
+        if (!journal.isEmpty())
+            QCOMPARE(card->value(control), journal.first().section('=', 1).toInt());
     }
 
+    // What the runner sees of a fault (refused writes, missing controls) is tested in tests/mixer.
     void failures_data()
     {
         QTest::addColumn<L>("failWrites");
@@ -108,11 +101,7 @@ private slots:
         const L band2 = {"Spk1 PEQ Band2 Gain"};
         QTest::newRow("unknown control, read") << none << none << L{"sget", "Spk5 PEQ Band2 Gain"} << 1 << none;
         QTest::newRow("negative value: taken for an option") << none << none << L{"sset", "Main Vol Master Gain", "-5"} << 1 << none;
-        QTest::newRow("write fault, controller's suffix")
-                << band2 << none << L{"sset", "Spk1 PEQ Band2 Gain", "61", "<", "/dev/null", "2>&1"} << 1 << none;
         QTest::newRow("write fault, read") << band2 << none << L{"sget", "Spk1 PEQ Band2 Gain"} << 0 << none;
-        QTest::newRow("read fault, read") << none << band2 << L{"sget", "Spk1 PEQ Band2 Gain"} << 1 << none;
-        QTest::newRow("read fault, write: the control is gone") << none << band2 << L{"sset", "Spk1 PEQ Band2 Gain", "61"} << 1 << none;
         QTest::newRow("faults cleared") << none << none << L{"sset", "Spk1 PEQ Band2 Gain", "61"} << 0 << L{"Spk1 PEQ Band2 Gain=61"};
     }
 
