@@ -1,28 +1,27 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 
 // A seat of the cabin seen from above, its occupant facing the front: cushion ahead of the
 // backrest, the name below; the chosen one stands in a lit zone.
-RadioButton {
+ButtonBase {
     id: seat
 
     property int seatId: 0
     property string seatName
     property bool chosen: false
+    readonly property bool checked: chosen
 
     objectName: "seat" + seatId
-    padding: 0
-    focusPolicy: Qt.TabFocus
-    autoExclusive: false
-    checked: chosen
-    // A tap toggles the seat's own state; the controller's answer decides.
-    onToggled: checked = Qt.binding(function () { return seat.chosen; })
+
+    Accessible.role: Accessible.RadioButton
+    Accessible.checkable: true
+    Accessible.checked: chosen
+    // Taking a choice is a tap: the controller decides whether it is taken.
+    Accessible.onToggleAction: clicked()
     Accessible.name: chosen ? qsTr("Sweet spot %1, selected").arg(seatName)
                             : qsTr("Sweet spot %1").arg(seatName)
 
-    indicator: null
-
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
         radius: Theme.radius * 1.5
         color: seat.chosen ? Theme.accentZone : "transparent"
         border.width: seat.chosen || seat.visualFocus ? Math.max(2, Math.round(3 * Theme.scale)) : 0
@@ -55,7 +54,9 @@ RadioButton {
             }
         }
     }
-    contentItem: Item {
+    Item {
+        anchors.fill: parent
+
         Text {
             id: seatLabel
             anchors.bottom: parent.bottom

@@ -1,41 +1,43 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 
 // One choice of a picker, lit when `selected`: a radio button to screen readers, checked when
 // selected. A tap only emits `clicked`; the mark follows `selected`, which the page binds to the
 // controller, so a choice the controller refused never shows as taken.
-RadioButton {
+ButtonBase {
     id: control
 
     property bool selected: false
+    readonly property bool checked: selected
     property real holdProgress: 0
 
-    implicitWidth: Math.max(Theme.touch, contentItem.implicitWidth + leftPadding + rightPadding)
+    implicitWidth: Math.max(Theme.touch, label.implicitWidth + 2 * padding)
     implicitHeight: Theme.touch
     padding: Theme.spacing
-    spacing: 0
     font.pixelSize: Theme.fontBody
     font.weight: selected ? Font.DemiBold : Font.Normal
-    focusPolicy: Qt.TabFocus
-    autoExclusive: false
-    checked: selected
-    // A tap toggles the button's own state; the controller's answer decides.
-    onToggled: checked = Qt.binding(function () { return control.selected; })
 
+    Accessible.role: Accessible.RadioButton
     Accessible.name: text
+    Accessible.checkable: true
+    Accessible.checked: selected
+    // Taking a choice is a tap: the controller decides whether it is taken.
+    Accessible.onToggleAction: clicked()
 
-    indicator: null
-    contentItem: ButtonLabel {
-        text: control.text
-        font: control.font
-        maximumWidth: control.availableWidth
-        color: control.selected ? Theme.textOnAccent : Theme.text
-    }
-    background: ButtonFace {
+    ButtonFace {
+        anchors.fill: parent
         lit: control.selected
         down: control.down
         focused: control.visualFocus
         borderless: control.selected
         holdProgress: control.holdProgress
+    }
+    ButtonLabel {
+        id: label
+        anchors.fill: parent
+        anchors.margins: control.padding
+        text: control.text
+        font: control.font
+        maximumWidth: width
+        color: control.selected ? Theme.textOnAccent : Theme.text
     }
 }

@@ -1,9 +1,8 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 
 // An entry of the side rail, a page tab: an icon over its name; the page on screen is marked by a
 // bar and the accent colour, and selected for screen readers.
-TabButton {
+ButtonBase {
     id: control
 
     property string iconPath
@@ -11,17 +10,13 @@ TabButton {
 
     implicitWidth: Theme.railWidth
     implicitHeight: Math.max(Theme.touch, column.implicitHeight + 2 * Theme.spacing)
-    padding: 0
-    focusPolicy: Qt.TabFocus
-    autoExclusive: false
-    checked: current
-    // A tap toggles the tab's own state; the page on screen decides.
-    onToggled: checked = Qt.binding(function () { return control.current; })
+    Accessible.role: Accessible.PageTab
     Accessible.name: text
     Accessible.selectable: true
     Accessible.selected: current
 
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
         color: control.down ? Theme.pressed : (control.current ? Theme.raised : "transparent")
         border.width: control.visualFocus ? 2 : 0
         border.color: Theme.text
@@ -37,7 +32,9 @@ TabButton {
         }
     }
 
-    contentItem: Item {
+    Item {
+        anchors.fill: parent
+
         Column {
             id: column
             anchors.centerIn: parent

@@ -31,12 +31,20 @@ bool shown(const QQuickItem *item)
     return item->isVisible() && item->opacity() > 0 && item->width() > 0 && item->height() > 0;
 }
 
+// A button, a choice or a page tab: what a screen reader offers to press.
+bool isButton(QQuickItem *item)
+{
+    const QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
+    const QAccessible::Role role = accessible ? accessible->role() : QAccessible::NoRole;
+    return role == QAccessible::Button || role == QAccessible::RadioButton || role == QAccessible::PageTab;
+}
+
 void collect(QQuickItem *item, QList<QQuickItem *> &controls, QList<QQuickItem *> &texts)
 {
     if (!shown(item))
         return;
     const QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(item);
-    if (item->inherits("QQuickAbstractButton") || (accessible && accessible->role() == QAccessible::Slider))
+    if (isButton(item) || (accessible && accessible->role() == QAccessible::Slider))
         controls << item;
     if (item->inherits("QQuickText") && !item->property("text").toString().isEmpty())
         texts << item;
@@ -370,7 +378,7 @@ void TestScene::controls()
         const bool tabs = control.startsWith(QLatin1String("rail:"));
         int members = 0;
         for (QQuickItem *member : current->parentItem()->childItems()) {
-            if (!member->inherits("QQuickAbstractButton"))
+            if (!isButton(member))
                 continue;
             const QAccessibleInterface *m = QAccessible::queryAccessibleInterface(member);
             QCOMPARE(m->role(), tabs ? QAccessible::PageTab : QAccessible::RadioButton);
