@@ -1,13 +1,15 @@
 import QtQuick 2.15
+import QtQuick.Shapes 1.15
 import "../logic/response.js" as Response
 import "../logic/scale.js" as Scale
 
 // The frequency response of the ten bands and the master gain, drawn behind the band sliders:
 // column i of the curve is the centre of slider i (`firstColumnX` + i * `columnStep`), and
 // `from`..`to` dB span `topY`..`bottomY`, the travel of the slider handles, on the sliders' own gain
-// axis. What rises above 0 dB is drawn in the warning colour. Redrawn whenever a gain changes.
-Canvas {
-    id: canvas
+// axis. What rises above 0 dB is drawn in the warning colour. Shapes and lines rather than a
+// canvas: they are drawn straight into the window, where a canvas keeps an image of its own.
+Item {
+    id: curve
 
     // [{freq: Hz, gain: dB}], in slider order, and the master gain the whole curve is moved by.
     property var bands: []
@@ -20,6 +22,20 @@ Canvas {
     property real bottomY: height
     property var gridLines: [-48, -36, -24, -12, -6, 0, 6, 12]
 
+    // The curve in dB, column by column: [{x: column, db}].
+    readonly property var response: {
+        if (bands.length === 0 || bottomY <= topY)
+            return [];
+        const shift = isFinite(master) ? master : 0;
+        return Response.curve(bands, 24).map(function (p) { return { x: p.x, db: p.db + shift }; });
+    }
+    readonly property real zeroY: yAt(0)
+    readonly property var line: response.map(function (p) { return Qt.point(xAt(p.x), yAt(p.db)); })
+    // The same closed along the 0 dB line, for filling.
+    readonly property var area: line.length === 0 ? []
+        : [Qt.point(line[0].x, zeroY)].concat(line, [Qt.point(line[line.length - 1].x, zeroY)])
+    readonly property real lineWidth: Math.max(2, 3 * Theme.scale)
+
     function yAt(db) {
         return topY + (1 - Scale.position(db, from, to)) * (bottomY - topY);
     }
@@ -27,79 +43,74 @@ Canvas {
         return firstColumnX + column * columnStep;
     }
 
-    onBandsChanged: requestPaint()
-    onMasterChanged: requestPaint()
-    onFromChanged: requestPaint()
-    onToChanged: requestPaint()
-    onFirstColumnXChanged: requestPaint()
-    onColumnStepChanged: requestPaint()
-    onTopYChanged: requestPaint()
-    onBottomYChanged: requestPaint()
-    onWidthChanged: requestPaint()
-    onHeightChanged: requestPaint()
-
     Accessible.ignored: true
 
-    // Traces the curve; `area` closes it along the 0 dB line, for filling.
-    function trace(ctx, points, area) {
-        const first = points[0], last = points[points.length - 1];
-        ctx.beginPath();
-        ctx.moveTo(xAt(first.x), yAt(area ? 0 : first.db));
-        for (let i = 0; i < points.length; ++i)
-            ctx.lineTo(xAt(points[i].x), yAt(points[i].db));
-        if (area) {
-            ctx.lineTo(xAt(last.x), yAt(0));
-            ctx.closePath();
+    // Grid at the scale's marks, the 0 dB line a little brighter.
+    Repeater {
+        model: curve.gridLines.filter(function (db) { return db >= curve.from && db <= curve.to; })
+
+        Rectangle {
+            y: Math.round(curve.yAt(modelData))
+            width: curve.width
+            height: 1
+            color: modelData === 0 ? Theme.gridZero : Theme.grid
         }
     }
 
-    // Fills under the curve and draws it, in `wash` and `line`.
-    function draw(ctx, points, wash, line) {
-        trace(ctx, points, true);
-        ctx.fillStyle = wash;
-        ctx.fill();
-        trace(ctx, points, false);
-        ctx.lineWidth = Math.max(2, 3 * Theme.scale);
-        ctx.lineJoin = "round";
-        ctx.strokeStyle = line;
-        ctx.stroke();
+    Shape {
+        anchors.fill: parent
+        visible: curve.line.length > 0
+        antialiasing: true
+
+        ShapePath {
+            strokeColor: "transparent"
+            fillGradient: LinearGradient {
+                x1: 0; y1: curve.topY
+                x2: 0; y2: curve.bottomY
+                GradientStop { position: 0; color: Theme.accentWash }
+                GradientStop {
+                    position: Math.max(0, Math.min(1, (curve.zeroY - curve.topY) / (curve.bottomY - curve.topY)))
+                    color: Theme.accentWashFaint
+                }
+                GradientStop { position: 1; color: Theme.accentWash }
+            }
+            PathPolyline { path: curve.area }
+        }
+        ShapePath {
+            strokeColor: Theme.curve
+            strokeWidth: curve.lineWidth
+            fillColor: "transparent"
+            joinStyle: ShapePath.RoundJoin
+            capStyle: ShapePath.FlatCap
+            PathPolyline { path: curve.line }
+        }
     }
 
-    onPaint: {
-        const ctx = getContext("2d");
-        ctx.reset();
-        if (bands.length === 0 || bottomY <= topY)
-            return;
-        const zeroY = yAt(0);
-        const shift = isFinite(master) ? master : 0;
-        const points = Response.curve(bands, 24).map(function (p) { return { x: p.x, db: p.db + shift }; });
+    // Above 0 dB the sound would clip: that part again, in the warning colour.
+    Item {
+        width: curve.width
+        height: Math.max(0, curve.zeroY)
+        clip: true
+        visible: curve.response.some(function (p) { return p.db > 0; })
 
-        // Grid at the scale's marks, the 0 dB line a little brighter.
-        ctx.lineWidth = 1;
-        for (const db of gridLines) {
-            if (db < from || db > to)
-                continue;
-            ctx.strokeStyle = db === 0 ? Theme.gridZero : Theme.grid;
-            ctx.beginPath();
-            ctx.moveTo(0, Math.round(yAt(db)) + 0.5);
-            ctx.lineTo(width, Math.round(yAt(db)) + 0.5);
-            ctx.stroke();
-        }
+        Shape {
+            width: curve.width
+            height: curve.height
+            antialiasing: true
 
-        const fill = ctx.createLinearGradient(0, topY, 0, bottomY);
-        fill.addColorStop(0, Theme.accentWash);
-        fill.addColorStop(Math.max(0, Math.min(1, (zeroY - topY) / (bottomY - topY))), Theme.accentWashFaint);
-        fill.addColorStop(1, Theme.accentWash);
-        draw(ctx, points, fill, Theme.curve);
-
-        // Above 0 dB the sound would clip: that part again, in the warning colour.
-        if (points.some(function (p) { return p.db > 0; })) {
-            ctx.save();
-            ctx.beginPath();
-            ctx.rect(0, 0, width, zeroY);
-            ctx.clip();
-            draw(ctx, points, Theme.warningWash, Theme.warning);
-            ctx.restore();
+            ShapePath {
+                strokeColor: "transparent"
+                fillColor: Theme.warningWash
+                PathPolyline { path: curve.area }
+            }
+            ShapePath {
+                strokeColor: Theme.warning
+                strokeWidth: curve.lineWidth
+                fillColor: "transparent"
+                joinStyle: ShapePath.RoundJoin
+                capStyle: ShapePath.FlatCap
+                PathPolyline { path: curve.line }
+            }
         }
     }
 }
