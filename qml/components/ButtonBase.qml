@@ -3,8 +3,9 @@ import QtQuick 2.15
 // What the scene's buttons share, in plain Qt Quick (a control library costs the scene megabytes
 // for a handful of buttons): a tap (`clicked`), a press and hold (`pressAndHold`), taps repeated
 // while held (`autoRepeat`), Space or Enter once the Tab key has reached it, and a button to
-// screen readers whose Press action is a tap. How it looks is up to the one who uses it.
-Item {
+// screen readers whose Press action is a tap. How it looks is up to the one who uses it; it
+// draws nothing itself, but is a rectangle so that a button's face needs no item of its own.
+Rectangle {
     id: control
 
     property string text
@@ -21,6 +22,7 @@ Item {
     signal clicked()
     signal pressAndHold()
 
+    color: "transparent"
     activeFocusOnTab: true
     Accessible.role: Accessible.Button
     Accessible.focusable: true

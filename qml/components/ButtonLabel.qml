@@ -19,13 +19,17 @@ Item {
         anchors.centerIn: parent
         spacing: label.gap
 
-        Icon {
+        // Made only for a button that has an icon: most have none.
+        Loader {
             id: icon
             anchors.verticalCenter: parent.verticalCenter
-            visible: label.iconPath.length > 0
-            path: label.iconPath
-            size: Math.round(Theme.touch * 0.45)
-            color: label.color
+            active: label.iconPath.length > 0
+            visible: active
+            sourceComponent: Icon {
+                path: label.iconPath
+                size: Math.round(Theme.touch * 0.45)
+                color: label.color
+            }
         }
         Text {
             id: caption

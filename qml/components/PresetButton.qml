@@ -5,6 +5,9 @@ import QtQuick 2.15
 ChoiceButton {
     id: control
 
+    // 0..1 while a press-and-hold runs.
+    property real holdProgress: 0
+
     onDownChanged: {
         if (down) {
             hold.restart();
@@ -16,6 +19,17 @@ ChoiceButton {
     onPressAndHold: {
         hold.stop();
         holdProgress = 0;
+    }
+
+    Rectangle {
+        visible: control.holdProgress > 0
+        anchors.left: parent.left
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        width: parent.width * control.holdProgress
+        radius: parent.radius
+        color: Theme.warning
+        opacity: 0.55
     }
 
     SequentialAnimation {

@@ -3,7 +3,7 @@ import QtQuick 2.15
 // The scene's button for an action: at least one touch target in each direction, a visible
 // pressed state, an optional line icon before the text; `primary` lights the one to press.
 // Reached with the Tab key, not taken by a tap.
-ButtonBase {
+ButtonFace {
     id: control
 
     property bool primary: false
@@ -15,15 +15,10 @@ ButtonBase {
     implicitHeight: Theme.touch
     padding: Theme.spacing
     font.pixelSize: Theme.fontBody
+    lit: primary
 
     Accessible.name: text
 
-    ButtonFace {
-        anchors.fill: parent
-        lit: control.primary
-        down: control.down
-        focused: control.visualFocus
-    }
     ButtonLabel {
         id: label
         anchors.fill: parent
