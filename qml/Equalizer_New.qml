@@ -1,6 +1,5 @@
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
-import QtQuick.Window 2.15
 import "components"
 
 // The equaliser's touch scene. The controller is the root context object: every control shows
@@ -18,8 +17,6 @@ Rectangle {
     ]
     property int currentPage: 0
     readonly property int shownPage: DemoMode && pages[currentPage].installer ? 0 : currentPage
-    // Set after the first frame: the pages not on screen are then made in the idle time.
-    property bool settled: false
 
     objectName: "root"
     width: 1280
@@ -65,16 +62,9 @@ Rectangle {
                 source: Qt.resolvedUrl(root.pages[index].file)
                 shown: root.shownPage === index
                 allowed: !(DemoMode && root.pages[index].installer)
-                early: root.settled
                 onNotify: toast.show(message)
             }
         }
-    }
-
-    Connections {
-        target: root.Window.window
-        enabled: !root.settled
-        function onFrameSwapped() { root.settled = true; }
     }
 
     Toast {

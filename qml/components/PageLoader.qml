@@ -1,21 +1,18 @@
 import QtQuick 2.15
 
-// A page of the scene, made when it is first shown or, ahead of that, bit by bit in the idle time
-// between frames once `early` is set; showing it while it is still being made finishes it at once.
-// Once made it stays.
+// A page of the scene, made when it is first shown and kept from then on. Pages nobody visits are
+// never made: made ahead, the four hidden ones would add a tenth to the unit's resident memory.
 Loader {
     id: loader
 
     property bool shown: false
     property bool allowed: true
-    property bool early: false
     property bool made: false
 
     // A confirmation the page asks the scene to show.
     signal notify(string message)
 
-    active: allowed && (shown || made || early)
-    asynchronous: !shown
+    active: allowed && (shown || made)
     onShownChanged: made = made || shown
     Component.onCompleted: made = shown
 
