@@ -9,7 +9,7 @@ EQ_PACKAGES=(
     build-essential cmake pkg-config
     qtbase5-dev qtdeclarative5-dev qtdeclarative5-dev-tools qttools5-dev-tools
     qml-module-qtquick2 qml-module-qtquick-window2 qml-module-qtquick-layouts
-    qml-module-qtquick-controls2 qml-module-qtquick-shapes qml-module-qttest
+    qml-module-qtquick-shapes qml-module-qttest
     libdbus-1-dev dbus dbus-bin
     alsa-utils libasound2-dev
     libgl1-mesa-dri libglx-mesa0 libegl-mesa0
@@ -23,7 +23,7 @@ EQ_ARM64_PACKAGES=(
     g++-aarch64-linux-gnu qemu-user-static
     qtbase5-dev:arm64 qtdeclarative5-dev:arm64 libdbus-1-dev:arm64 libasound2-dev:arm64
     qml-module-qtquick2:arm64 qml-module-qtquick-window2:arm64 qml-module-qtquick-layouts:arm64
-    qml-module-qtquick-controls2:arm64 qml-module-qtquick-shapes:arm64 qml-module-qttest:arm64
+    qml-module-qtquick-shapes:arm64 qml-module-qttest:arm64
     libgl1-mesa-dri:arm64 libglx-mesa0:arm64 libegl-mesa0:arm64
 )
 
