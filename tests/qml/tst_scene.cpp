@@ -67,7 +67,7 @@ class TestScene : public QObject
     Q_OBJECT
 
     // One gesture, "VERB[=ARG] OBJECTNAME": a tap, a hold, a band's drag to a gain ("drag=6"), a
-    // value set by a screen reader ("set=4.6"), an arrow key ("key=Up"), N presses of Tab from the
+    // value set by a screen reader ("set=4.6"), a key ("key=Up", "key=Space"), N presses of Tab from the
     // control ("Tab=3"), or one of its accessible actions ("Increase", "Press").
     void act(const QString &step);
     // "OBJECTNAME.PROPERTY" (".name": the accessible name), "settings.KEY/ENTRY" (an entry of a
@@ -164,7 +164,7 @@ void TestScene::act(const QString &step)
         accessible->valueInterface()->setCurrentValue(arg.toDouble());
     } else if (verb == QLatin1String("key")) {
         accessible->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
-        QTest::keyClick(window, arg == QLatin1String("Up") ? Qt::Key_Up : Qt::Key_Down);
+        QTest::keyClick(window, arg == QLatin1String("Up") ? Qt::Key_Up : arg == QLatin1String("Down") ? Qt::Key_Down : Qt::Key_Space);
     } else if (verb == QLatin1String("Tab")) {
         target->forceActiveFocus(Qt::TabFocusReason);
         for (int i = 0; i < arg.toInt(); ++i) {
@@ -314,8 +314,8 @@ void TestScene::controls_data()
             << L{"preset:Vocal.checked=true", "toast.name=Current gains saved to Vocal", "savePreset.name=Save the gains into a preset"};
     QTest::newRow("preset tapped: applied as one undo step, which Undo takes back") << eq << "preset:Rock" << button << G()
             << L{"tap preset:Rock", "tap undo"} << "" << L{"User PEQ Band2 Gain=65", "User PEQ Band2 Gain=60"} << L{"undo.enabled=false"};
-    QTest::newRow("mode bypass taken") << eq << "mode:bypass" << QVariantList{"mode:process"} << G()
-            << L{"tap mode:bypass"} << "" << L{"User PEQ Switch Mode=2"} << L{"mode:bypass.checked=true"};
+    QTest::newRow("mode bypass taken with the Space key") << eq << "mode:bypass" << QVariantList{"mode:process"} << G()
+            << L{"key=Space mode:bypass"} << "" << L{"User PEQ Switch Mode=2"} << L{"mode:bypass.checked=true"};
     QTest::newRow("mode bypass refused: process stays marked") << eq << "mode:bypass" << QVariantList{"mode:process"} << G()
             << L{"tap mode:bypass"} << "User PEQ Switch Mode" << L{} << L{"mode:process.checked=true", "mode:bypass.checked=false"};
     QTest::newRow("clear voice off taken: both paths at 2") << "voice" << "cvc:Off" << QVariantList{"cvc:On"} << G()
