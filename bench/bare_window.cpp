@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QQuickView>
+#include <QScreen>
 #include <QUrl>
 
 int main(int argc, char *argv[])
@@ -14,6 +15,9 @@ int main(int argc, char *argv[])
     QQuickView view;
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setSource(QUrl::fromLocalFile(file));
+    // Without a window manager (Xvfb) full screen keeps the window's own size, and an empty scene
+    // has none; the application's scene is the screen's size, so the yardstick's window is too.
+    view.resize(view.screen()->size());
     view.showFullScreen();
     return app.exec();
 }
