@@ -22,13 +22,21 @@ Item {
     property real bottomY: height
     property var gridLines: [-48, -36, -24, -12, -6, 0, 6, 12]
 
-    // The curve in dB, column by column: [{x: column, db}].
-    readonly property var response: {
-        if (bands.length === 0 || bottomY <= topY)
-            return [];
+    // The curve in dB, column by column: [{x: column, db}]. Worked out once a turn of the event
+    // loop rather than on every change: a preset or a profile changes ten bands in one call, and
+    // the caller waits for each.
+    property var response: []
+
+    function refresh() {
         const shift = isFinite(master) ? master : 0;
-        return Response.curve(bands, 24).map(function (p) { return { x: p.x, db: p.db + shift }; });
+        response = bands.length === 0 || bottomY <= topY ? []
+            : Response.curve(bands, 24).map(function (p) { return { x: p.x, db: p.db + shift }; });
     }
+    onBandsChanged: Qt.callLater(refresh)
+    onMasterChanged: Qt.callLater(refresh)
+    onTopYChanged: Qt.callLater(refresh)
+    onBottomYChanged: Qt.callLater(refresh)
+    Component.onCompleted: refresh()
     readonly property real zeroY: yAt(0)
     readonly property var line: response.map(function (p) { return Qt.point(xAt(p.x), yAt(p.db)); })
     // The same closed along the 0 dB line, for filling.
