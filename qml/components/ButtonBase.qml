@@ -12,6 +12,10 @@ Rectangle {
     property font font
     property real padding: 0
     property bool autoRepeat: false
+    // A choice, a radio button to screen readers, when `checkable`; whoever uses it binds `checked`
+    // to what the controller reports, never to the tap.
+    property bool checkable: false
+    property bool checked: false
     readonly property bool pressed: finger.pressed || keyDown
     readonly property bool down: pressed
     // The keyboard is on it: a tap never takes the focus, so this is the Tab key's ring.
@@ -24,9 +28,13 @@ Rectangle {
 
     color: "transparent"
     activeFocusOnTab: true
-    Accessible.role: Accessible.Button
+    Accessible.role: checkable ? Accessible.RadioButton : Accessible.Button
     Accessible.focusable: true
+    Accessible.checkable: checkable
+    Accessible.checked: checked
     Accessible.onPressAction: control.clicked()
+    // Taking a choice is a tap: the controller decides whether it is taken.
+    Accessible.onToggleAction: if (checkable) control.clicked()
 
     Keys.onPressed: {
         if (event.key !== Qt.Key_Space && event.key !== Qt.Key_Return && event.key !== Qt.Key_Enter)

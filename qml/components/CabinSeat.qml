@@ -8,15 +8,11 @@ ButtonBase {
     property int seatId: 0
     property string seatName
     property bool chosen: false
-    readonly property bool checked: chosen
+    checkable: true
+    checked: chosen
 
     objectName: "seat" + seatId
 
-    Accessible.role: Accessible.RadioButton
-    Accessible.checkable: true
-    Accessible.checked: chosen
-    // Taking a choice is a tap: the controller decides whether it is taken.
-    Accessible.onToggleAction: clicked()
     Accessible.name: chosen ? qsTr("Sweet spot %1, selected").arg(seatName)
                             : qsTr("Sweet spot %1").arg(seatName)
 

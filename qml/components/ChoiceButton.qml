@@ -7,7 +7,8 @@ ButtonFace {
     id: control
 
     property bool selected: false
-    readonly property bool checked: selected
+    checkable: true
+    checked: selected
 
     implicitWidth: Math.max(Theme.touch, label.implicitWidth + 2 * padding)
     implicitHeight: Theme.touch
@@ -17,12 +18,7 @@ ButtonFace {
     lit: selected
     borderless: selected
 
-    Accessible.role: Accessible.RadioButton
     Accessible.name: text
-    Accessible.checkable: true
-    Accessible.checked: selected
-    // Taking a choice is a tap: the controller decides whether it is taken.
-    Accessible.onToggleAction: clicked()
 
     ButtonLabel {
         id: label
