@@ -10,7 +10,6 @@ FocusScope {
     property string title
     property string message
     property string confirmText: qsTr("OK")
-    readonly property bool opened: visible
 
     signal accepted()
 
