@@ -1,6 +1,6 @@
 // The scene's script libraries, as installed, run in a real QML engine: the peak of the response
-// curve and the fit under 0 dB, the gain and frequency axes, the undo history and the writes of a
-// drag.
+// curve and the fit under 0 dB, the gain and frequency axes and the undo history. A drag's writes
+// are seen where the finger is, in the scene tests.
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -17,7 +17,6 @@ const char driver[] = R"(
 import QtQml 2.15
 import "logic/response.js" as Response
 import "logic/undo.js" as Undo
-import "logic/drag.js" as Drag
 import "logic/scale.js" as Scale
 QtObject {
     function bands(freqs, gains) { return freqs.map(function (freq, i) { return { freq: freq, gain: gains[i] }; }); }
@@ -71,23 +70,6 @@ QtObject {
             history = Undo.undoOn(history, controller);
         return [writes, history.map(function (s) { return [s.peq, s.changes.length]; })];
     }
-    // Starts a drag at a[0], moves the finger through a[1] while the controller takes each write
-    // (a[2] true) or none, ends it; returns the writes and the undo step.
-    function drag(a) {
-        let shown = a[0];
-        const gesture = Drag.begin(shown);
-        const writes = [];
-        for (const v of a[1]) {
-            const w = Drag.move(gesture, v);
-            if (w !== null) {
-                writes.push(w);
-                if (a[2])
-                    shown = w;
-            }
-        }
-        const change = Drag.end(gesture, shown);
-        return [writes, change === null ? [] : [change.from, change.to]];
-    }
 }
 )";
 
@@ -125,8 +107,6 @@ private slots:
     void axisPutsEachBandOnItsColumn();
     void undo_data();
     void undo();
-    void drag_data();
-    void drag();
 };
 
 void TestSceneLogic::initTestCase()
@@ -288,32 +268,6 @@ void TestSceneLogic::undo()
     QFETCH(QVariantList, left);
 
     QCOMPARE(call("undo", {steps, undos, refused, since}).toList(), (QVariantList{writes, left}));
-}
-
-void TestSceneLogic::drag_data()
-{
-    QTest::addColumn<int>("start");
-    QTest::addColumn<QVariantList>("values");
-    QTest::addColumn<bool>("accepted");
-    QTest::addColumn<QVariantList>("writes");
-    QTest::addColumn<QVariantList>("step");
-
-    const QVariantList none;
-    QTest::newRow("up three dB: three writes, one step")
-            << 0 << QVariantList{0, 0.4, 1, 1, 1.2, 2, 2, 3} << true << ints({1, 2, 3}) << ints({0, 3});
-    QTest::newRow("up and back: a write per change, no step") << 4 << QVariantList{5, 6, 5, 4} << true << ints({5, 6, 5, 4}) << none;
-    QTest::newRow("refused: each value asked once, no step") << 0 << QVariantList{1, 1, 2, 2, 1} << false << ints({1, 2, 1}) << none;
-}
-
-void TestSceneLogic::drag()
-{
-    QFETCH(int, start);
-    QFETCH(QVariantList, values);
-    QFETCH(bool, accepted);
-    QFETCH(QVariantList, writes);
-    QFETCH(QVariantList, step);
-
-    QCOMPARE(call("drag", {start, values, accepted}).toList(), (QVariantList{writes, step}));
 }
 
 QTEST_MAIN(TestSceneLogic)
