@@ -117,30 +117,15 @@ private slots:
     }
 
     // Writing a property of a row object goes through its setter: a signal only on a real change.
-    void rowObject_data()
-    {
-        QTest::addColumn<QByteArray>("property");
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<int>("emitted");
-
-        QTest::newRow("ID unchanged") << QByteArray("ID") << QVariant(7) << 0;
-        QTest::newRow("ID changed") << QByteArray("ID") << QVariant(8) << 1;
-        QTest::newRow("name changed") << QByteArray("name") << QVariant(QStringLiteral("Rock")) << 1;
-    }
-
     void rowObject()
     {
-        QFETCH(QByteArray, property);
-        QFETCH(QVariant, value);
-        QFETCH(int, emitted);
-
         ListViewData data(7, QStringLiteral("Bass"));
         QSignalSpy ids(&data, &ListViewData::idChanged);
         QSignalSpy names(&data, &ListViewData::nameChanged);
-        QVERIFY(data.setProperty(property.constData(), value));
-        QCOMPARE((property == "ID" ? ids : names).count(), emitted);
-        QCOMPARE(ids.count() + names.count(), emitted);
-        QCOMPARE(data.property(property.constData()), value);
+        QVERIFY(data.setProperty("ID", 7) && data.setProperty("ID", 8) && data.setProperty("name", QStringLiteral("Rock")));
+        QCOMPARE(ids.count(), 1);
+        QCOMPARE(names.count(), 1);
+        QCOMPARE(QStringLiteral("%1 %2").arg(data.property("ID").toInt()).arg(data.property("name").toString()), QStringLiteral("8 Rock"));
     }
 };
 
