@@ -1,4 +1,5 @@
 #include "equalizer/equalizer.h"
+#include "support/controllerfixture.h"
 #include "support/privatebus.h"
 
 #include <QDir>
@@ -34,9 +35,7 @@ private slots:
         QVERIFY2(bus.isRunning(), qPrintable(bus.errorString()));
         QVERIFY(bus.startMonitor());
         QTemporaryDir dir;
-        EqualizerPaths paths;
-        paths.settingsFile = dir.filePath(QStringLiteral("Equalizer.conf"));
-        paths.settingsLock = dir.filePath(QStringLiteral("Equalizer.conf.lock"));
+        EqualizerPaths paths = ControllerFixture::paths(dir);
         paths.keyDevice = dir.filePath(QStringLiteral("keys"));
         QCOMPARE(mkfifo(paths.keyDevice.toLocal8Bit().constData(), 0600), 0);
         const int threadsBefore = threadsOfThisProcess();

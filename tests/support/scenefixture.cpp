@@ -1,15 +1,14 @@
 #include "support/scenefixture.h"
 
 #include "app/startup.h"
+#include "support/controllerfixture.h"
 
 #include <QSettings>
 #include <QtTest>
 
 SceneFixture::SceneFixture()
+    : paths(ControllerFixture::paths(dir))
 {
-    paths.settingsFile = dir.filePath(QStringLiteral("Equalizer.conf"));
-    paths.settingsLock = dir.filePath(QStringLiteral("Equalizer.conf.lock"));
-    paths.keyDevice = dir.filePath(QStringLiteral("no-key-device"));
 }
 
 SceneFixture::~SceneFixture()
