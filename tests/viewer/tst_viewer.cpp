@@ -24,73 +24,69 @@ class TestViewer : public QObject
     Q_OBJECT
 
 private slots:
-    void lookupOrder_data();
-    void lookupOrder();
-    void quitFromTheSceneCloses();
-};
-
-// The place below the executable's parent folder is tried first, the path as given second.
-void TestViewer::lookupOrder_data()
-{
-    QTest::addColumn<bool>("absolute");
-    QTest::addColumn<bool>("belowAppParent");
-    QTest::addColumn<bool>("asGiven");
-    QTest::addColumn<QString>("loaded");
-
-    QTest::newRow("relative, both exist: below the app's parent wins") << false << true << true << "candidate";
-    QTest::newRow("relative, only as given: relative to the working folder") << false << false << true << "given";
-    QTest::newRow("absolute, mirrored below the app's parent: the mirror wins") << true << true << true << "candidate";
-    QTest::newRow("absolute, no mirror: used as it is") << true << false << true << "given";
-    QTest::newRow("nothing exists: the path as given, empty scene") << false << false << false << "";
-}
-
-void TestViewer::lookupOrder()
-{
-    QFETCH(bool, absolute);
-    QFETCH(bool, belowAppParent);
-    QFETCH(bool, asGiven);
-    QFETCH(QString, loaded);
-
-    QTemporaryDir work;
-    const QString unique = QStringLiteral("viewer-lookup-%1").arg(QCoreApplication::applicationPid());
-    const QString given = absolute ? work.filePath(QStringLiteral("scene/Main.qml"))
-                                   : unique + QStringLiteral("/Main.qml");
-    const QString savedCwd = QDir::currentPath();
-    QDir::setCurrent(work.path());
-
-    const QString candidate = QCoreApplication::applicationDirPath() + QStringLiteral("/../") + given;
-    const QString candidateRoot = QCoreApplication::applicationDirPath() + QStringLiteral("/../")
-        + (absolute ? work.path().section(QLatin1Char('/'), 0, 1) : unique);
-    if (belowAppParent)
-        writeScene(candidate, QStringLiteral("candidate"));
-    if (asGiven)
-        writeScene(given, QStringLiteral("given"));
-
+    // The place below the executable's parent folder is tried first, the path as given second.
+    void lookupOrder_data()
     {
-        QtQuick2ApplicationViewer viewer;
-        if (loaded.isEmpty())
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Main.qml")));
-        viewer.setMainQmlFile(given);
-        QCOMPARE(viewer.source(), QUrl::fromLocalFile(belowAppParent ? candidate : given));
-        QCOMPARE(viewer.rootObject() ? viewer.rootObject()->objectName() : QString(), loaded);
+        QTest::addColumn<bool>("absolute");
+        QTest::addColumn<bool>("belowAppParent");
+        QTest::addColumn<bool>("asGiven");
+        QTest::addColumn<QString>("loaded");
+
+        QTest::newRow("relative, both exist: below the app's parent wins") << false << true << true << "candidate";
+        QTest::newRow("relative, only as given: relative to the working folder") << false << false << true << "given";
+        QTest::newRow("absolute, mirrored below the app's parent: the mirror wins") << true << true << true << "candidate";
+        QTest::newRow("absolute, no mirror: used as it is") << true << false << true << "given";
+        QTest::newRow("nothing exists: the path as given, empty scene") << false << false << false << "";
     }
 
-    if (belowAppParent)
-        QDir(candidateRoot).removeRecursively();
-    QDir::setCurrent(savedCwd);
-}
+    void lookupOrder()
+    {
+        QFETCH(bool, absolute);
+        QFETCH(bool, belowAppParent);
+        QFETCH(bool, asGiven);
+        QFETCH(QString, loaded);
 
-// The scene's root follows the window: the scene tests, at three sizes.
-void TestViewer::quitFromTheSceneCloses()
-{
-    QTemporaryDir dir;
-    writeScene(dir.filePath(QStringLiteral("Quit.qml")), QStringLiteral("quit"), QStringLiteral("function quit() { Qt.quit() }"));
-    QtQuick2ApplicationViewer viewer;
-    viewer.setMainQmlFile(dir.filePath(QStringLiteral("Quit.qml")));
-    viewer.show();
-    QVERIFY(QMetaObject::invokeMethod(viewer.rootObject(), "quit"));
-    QTRY_VERIFY(!viewer.isVisible());
-}
+        QTemporaryDir work;
+        const QString unique = QStringLiteral("viewer-lookup-%1").arg(QCoreApplication::applicationPid());
+        const QString given = absolute ? work.filePath(QStringLiteral("scene/Main.qml"))
+                                       : unique + QStringLiteral("/Main.qml");
+        const QString savedCwd = QDir::currentPath();
+        QDir::setCurrent(work.path());
+
+        const QString candidate = QCoreApplication::applicationDirPath() + QStringLiteral("/../") + given;
+        const QString candidateRoot = QCoreApplication::applicationDirPath() + QStringLiteral("/../")
+            + (absolute ? work.path().section(QLatin1Char('/'), 0, 1) : unique);
+        if (belowAppParent)
+            writeScene(candidate, QStringLiteral("candidate"));
+        if (asGiven)
+            writeScene(given, QStringLiteral("given"));
+
+        {
+            QtQuick2ApplicationViewer viewer;
+            if (loaded.isEmpty())
+                QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Main.qml")));
+            viewer.setMainQmlFile(given);
+            QCOMPARE(viewer.source(), QUrl::fromLocalFile(belowAppParent ? candidate : given));
+            QCOMPARE(viewer.rootObject() ? viewer.rootObject()->objectName() : QString(), loaded);
+        }
+
+        if (belowAppParent)
+            QDir(candidateRoot).removeRecursively();
+        QDir::setCurrent(savedCwd);
+    }
+
+    // The scene's root follows the window: the scene tests, at three sizes.
+    void quitFromTheSceneCloses()
+    {
+        QTemporaryDir dir;
+        writeScene(dir.filePath(QStringLiteral("Quit.qml")), QStringLiteral("quit"), QStringLiteral("function quit() { Qt.quit() }"));
+        QtQuick2ApplicationViewer viewer;
+        viewer.setMainQmlFile(dir.filePath(QStringLiteral("Quit.qml")));
+        viewer.show();
+        QVERIFY(QMetaObject::invokeMethod(viewer.rootObject(), "quit"));
+        QTRY_VERIFY(!viewer.isVisible());
+    }
+};
 
 QTEST_MAIN(TestViewer)
 #include "tst_viewer.moc"
