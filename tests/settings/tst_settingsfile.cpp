@@ -25,38 +25,6 @@ private slots:
     void initTestCase() { QVERIFY2(card.isValid(), qPrintable(card.errorString())); }
     void init() { card.setPowerOnState(); }
 
-    void storedKeys_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QVariantMap>("stored");
-
-        QTest::newRow("no file: only the three ids")
-                << QByteArray() << QVariantMap{{"PresetedId", "-1"}, {"Sweetspot", "-1"}, {"ProfileId", "2"}};
-        QTest::newRow("keys written by hand stay as they are, ids out of range too (empty profile script)")
-                << QByteArray("DemoMode=true\nDebugLevel=0\nMinGain=-30\nMaxGain=10\nPresetedId=7\nSweetspot=9\nProfileId=5\n")
-                << QVariantMap{{"DemoMode", "true"}, {"DebugLevel", "0"}, {"MinGain", "-30"}, {"MaxGain", "10"},
-                               {"PresetedId", "7"}, {"Sweetspot", "9"}, {"ProfileId", "5"}};
-    }
-
-    void storedKeys()
-    {
-        QFETCH(QByteArray, content);
-        QFETCH(QVariantMap, stored);
-
-        Controller eq({}, false);
-        if (!content.isEmpty())
-            eq.writeFile(content);
-        eq.start();
-        // Operations that must leave the file alone.
-        eq->setVolume(5);
-        eq->getVolume();
-        eq->saveUserProfile(R"(amixer sset "User PEQ Band3 Gain" 65)");
-        eq->minimize();
-        eq->show();
-        eq.stop();
-        QCOMPARE(eq.storedAll(), stored);
-    }
-
     // What the store cannot survive is dealt with before it opens: keys read from what is left, one
     // line on standard error, what was there kept aside; the store then writes without waiting.
     void damagedFiles_data()
