@@ -103,10 +103,10 @@ private slots:
     }
 
     // One entry per control, keyed by the command up to its last blank, holding the last value;
-    // recording runs nothing.
+    // recording runs nothing. Saving replaces the stored entry whole.
     void recorder()
     {
-        Controller eq(0);
+        Controller eq({{"DebugLevel", 0}, {"User Profile", recording({"amixer sset \"Music Chan3 Delay\" 400"})}});
         card.clearLogs();
         const QString band3 = "amixer sset \"User PEQ Band3 Gain\"", delay1 = "amixer sset \"Music Chan1 Delay\"";
         for (const QString &cmd : {band3 + " 65", delay1 + " 3", band3 + " 67", QString("reset")})
