@@ -1,3 +1,4 @@
+#include "support/keyrecords.h"
 #include "support/privatebus.h"
 
 #include <QDeadlineTimer>
@@ -8,7 +9,6 @@
 #include <QTest>
 
 #include <dbus/dbus.h>
-#include <linux/input.h>
 
 #include <csignal>
 #include <fcntl.h>
@@ -16,19 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-QByteArray homeKeyPressAndRelease()
-{
-    QByteArray bytes;
-    for (int value : {1, 0}) {
-        input_event event{};
-        event.type = EV_KEY;
-        event.code = KEY_HOMEPAGE;
-        event.value = value;
-        bytes.append(reinterpret_cast<const char *>(&event), sizeof event);
-    }
-    return bytes;
-}
 
 // Starts the built program against the private bus, its Home key fed through the laptop stand-in
 // (a FIFO mounted at the fixed key path) and its settings folder bound to dir/state, inside a mount
@@ -106,7 +93,8 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT((out += app.readAll()).contains("<Equalizer>show\n"), 10000);
         const int writer = keyWriter(dir);
         QVERIFY(writer >= 0);
-        QByteArray keys = homeKeyPressAndRelease();
+        const QByteArray click = keyRecords({{EV_KEY, KEY_HOMEPAGE, 1}, {EV_KEY, KEY_HOMEPAGE, 0}});
+        QByteArray keys = click;
         QCOMPARE(write(writer, keys.constData(), size_t(keys.size())), ssize_t(keys.size()));
         QVERIFY2(bus.waitForMonitor(
                      "path=/zk/activity/Equalizer; interface=zk.activity.manager.interface; member=minimize"),
@@ -115,7 +103,7 @@ private slots:
         QVERIFY(client && dbus_bus_register(client, nullptr));
 
         for (int i = 0; i < 500; ++i)
-            keys += homeKeyPressAndRelease();
+            keys += click;
         QCOMPARE(write(writer, keys.constData(), size_t(keys.size())), ssize_t(keys.size()));
         for (int i = 0; i < 200; ++i) {
             DBusMessage *resume = dbus_message_new_signal("/", "zk.app.Equalizer.interface", "resume");

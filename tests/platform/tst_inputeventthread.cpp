@@ -1,4 +1,5 @@
 #include "platform/inputeventthread.h"
+#include "support/keyrecords.h"
 #include "support/stdoutcapture.h"
 
 #include <QDir>
@@ -6,9 +7,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <linux/input.h>
-
-#include <array>
 #include <atomic>
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -16,20 +14,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Records in the running kernel's own layout, as the device hands them out.
-QByteArray records(std::initializer_list<std::array<int, 3>> events)
-{
-    QByteArray bytes;
-    for (const auto &e : events) {
-        input_event event{};
-        event.type = quint16(e[0]);
-        event.code = quint16(e[1]);
-        event.value = e[2];
-        bytes.append(reinterpret_cast<const char *>(&event), sizeof event);
-    }
-    return bytes;
-}
 
 // True once some descriptor of this process is open on path (the reader has passed open()).
 bool openedHere(const QString &path)
@@ -97,10 +81,10 @@ private slots:
         // One click, on the release: an auto-repeat or another key's release is printed only, a
         // sync report not even that.
         QTest::newRow("Home press, repeat and release among other keys and sync reports")
-            << records({{1, 172, 1}, {0, 0, 0}, {1, 172, 2}, {1, 114, 0}, {1, 172, 0}, {0, 0, 0}}) << 0 << 1
+            << keyRecords({{1, 172, 1}, {0, 0, 0}, {1, 172, 2}, {1, 114, 0}, {1, 172, 0}, {0, 0, 0}}) << 0 << 1
             << press + "event code: 172, event value: 2\nevent code: 114, event value: 0\n" + release;
         QTest::newRow("release split across two reads: one click")
-            << records({{1, 172, 0}}) << 10 << 1 << release;
+            << keyRecords({{1, 172, 0}}) << 10 << 1 << release;
         QTest::newRow("no device: one line, the thread ends")
             << QByteArray() << -1 << 0 << QByteArray("Can't open the input file\n");
     }
