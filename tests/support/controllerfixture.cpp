@@ -133,11 +133,6 @@ Equalizer &Controller::start()
     return *eq;
 }
 
-void Controller::stop()
-{
-    eq.reset();
-}
-
 QVariant Controller::stored(const QString &key) const
 {
     return storedAll().value(key);

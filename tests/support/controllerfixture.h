@@ -73,8 +73,6 @@ public:
     // Replaces the settings file with exactly these bytes; call it before start().
     void writeFile(const QByteArray &content);
     Equalizer &start();
-    // Destroys the controller; its store is written out.
-    void stop();
 
     Equalizer *get() const { return eq.get(); }
     Equalizer *operator->() const { return eq.get(); }

@@ -27,8 +27,7 @@ bool XServer::start()
                                                                   QString::fromLocal8Bit(xvfb.readAllStandardError()));
         return false;
     }
-    name = QLatin1Char(':') + QString::fromLatin1(xvfb.readLine().trimmed());
-    qputenv("DISPLAY", name.toLatin1());
+    qputenv("DISPLAY", ':' + xvfb.readLine().trimmed());
 
     // A window mapped before the manager runs would never be made full screen: wait for the
     // manager's mark on the root window. A manager that could not reach the server yet is started

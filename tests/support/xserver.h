@@ -14,11 +14,9 @@ public:
     // Returns once the server accepts clients and the window manager manages the screen.
     bool start();
     QString errorString() const { return error; }
-    QString display() const { return name; }
 
 private:
     QProcess xvfb;
     QProcess windowManager;
-    QString name;
     QString error;
 };
