@@ -311,8 +311,6 @@ private slots:
                 << L{"seat3.checked=true"};
         QTest::newRow("crossover in Hz: the Down key") << "bass" << "dbe1:slider" << QVariantList{"DBEXoverFC", 20, 500} << G()
                 << L{"key=Down dbe1:slider"} << "" << L{"Music DBE Xover FC=79"} << L{};
-        QTest::newRow("effect strength in %") << "bass" << "dbe3:slider" << QVariantList{"DBEEffectStrength", 0, 100} << G()
-                << L{} << "" << L{} << L{};
         QTest::newRow("delay in samples set to infinity, not a number: nothing") << "soundField" << "delay2:slider"
                 << QVariantList{"chan2Delay", 0, 768} << G() << L{"set=inf delay2:slider"} << "" << L{} << L{};
         const QString store = QStringLiteral("profile:Velto Profile:store"), band4 = QStringLiteral("amixer sset \"User PEQ Band4 Gain\"");

@@ -70,9 +70,7 @@ private slots:
             << written << QString();
         const QString aside = QStringLiteral(" is not a regular file; moved it aside to ");
         QTest::newRow("FIFO as the file") << "fifo" << QByteArray() << QVariantMap() << "settings file \"%1\"" + aside;
-        QTest::newRow("device as the file") << "device" << QByteArray() << QVariantMap() << "settings file \"%1\"" + aside;
         QTest::newRow("folder as the file") << "folder" << QByteArray() << QVariantMap() << "settings file \"%1\"" + aside;
-        QTest::newRow("FIFO as the lock") << "lock fifo" << keys << base << "settings lock \"%2\"" + aside;
         QTest::newRow("folder with a file in it as the lock") << "lock folder" << keys << base << "settings lock \"%2\"" + aside;
     }
 
@@ -93,8 +91,6 @@ private slots:
         }
         if (place.endsWith("fifo"))
             QCOMPARE(mkfifo(QFile::encodeName(target), 0600), 0);
-        else if (place == "device")
-            QVERIFY(QFile::link("/dev/zero", target));
         else if (place.endsWith("folder"))
             QVERIFY(QDir().mkpath(target + "/inside"));
 
