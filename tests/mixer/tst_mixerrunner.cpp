@@ -10,6 +10,8 @@
 using namespace ControllerFixture;
 using L = QStringList;
 
+const QVariantMap quiet{{"DebugLevel", 0}};
+
 // The process layer against the real amixer on the virtual card, and what every writer of the
 // controller builds on it: the main volume, the user-profile recorder, and a refused write.
 // Controllers here run at debug level 0, so their writes carry the redirection words.
@@ -84,7 +86,7 @@ private slots:
     // The controller does not clamp; the card does. Recorded without the redirection words.
     void volume()
     {
-        Controller eq(0);
+        Controller eq(quiet);
         QCOMPARE(eq->property("Volume").toInt(), 80);
         card.setValue("Main Vol Master Gain", 40);
         card.clearLogs();
@@ -146,7 +148,7 @@ private slots:
         QFETCH(Write, write);
 
         if (!shared)
-            shared = std::make_unique<Controller>(0);
+            shared = std::make_unique<Controller>(quiet);
         Controller &eq = *shared;
         eq->saveToProfiles(1);
         const QVariantMap stored = eq.storedAll();
@@ -175,7 +177,7 @@ private slots:
         qputenv("PATH", QFile::encodeName(emptyBin.path()));
         const QByteArray errors = output(
                 [&] {
-                    Controller eq(0);
+                    Controller eq(quiet);
                     QCOMPARE(eq->property("Volume").toInt(), 0);
                     QVERIFY(!eq->setVolume(5));
                     QCOMPARE(eq->getVolume(), 0);

@@ -111,11 +111,6 @@ Controller::Controller(const QVariantMap &settings, bool start)
         this->start();
 }
 
-Controller::Controller(int debugLevel)
-    : Controller(QVariantMap{{QStringLiteral("DebugLevel"), debugLevel}})
-{
-}
-
 Controller::~Controller() = default;
 
 void Controller::writeFile(const QByteArray &content)

@@ -63,8 +63,6 @@ class Controller
 public:
     // Writes the settings, then starts the controller unless start is false.
     explicit Controller(const QVariantMap &settings = QVariantMap(), bool start = true);
-    // A controller started on a file that holds only "DebugLevel".
-    explicit Controller(int debugLevel);
     ~Controller();
 
     Controller(const Controller &) = delete;
