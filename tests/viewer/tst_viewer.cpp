@@ -8,13 +8,13 @@
 
 namespace {
 
-// A scene of one item, by default one that names the place it was loaded from.
-void writeScene(const QString &path, const QString &name, const QString &body = QString())
+// A scene of one item that names the place it was loaded from.
+void writeScene(const QString &path, const QString &name)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(QStringLiteral("import QtQuick 2.15\nItem { objectName: \"%1\"; %2 }\n").arg(name, body).toUtf8());
+    file.write(QStringLiteral("import QtQuick 2.15\nItem { objectName: \"%1\" }\n").arg(name).toUtf8());
 }
 
 } // namespace
@@ -73,18 +73,6 @@ private slots:
         if (belowAppParent)
             QDir(candidateRoot).removeRecursively();
         QDir::setCurrent(savedCwd);
-    }
-
-    // The scene's root follows the window: the scene tests, at three sizes.
-    void quitFromTheSceneCloses()
-    {
-        QTemporaryDir dir;
-        writeScene(dir.filePath(QStringLiteral("Quit.qml")), QStringLiteral("quit"), QStringLiteral("function quit() { Qt.quit() }"));
-        QtQuick2ApplicationViewer viewer;
-        viewer.setMainQmlFile(dir.filePath(QStringLiteral("Quit.qml")));
-        viewer.show();
-        QVERIFY(QMetaObject::invokeMethod(viewer.rootObject(), "quit"));
-        QTRY_VERIFY(!viewer.isVisible());
     }
 };
 
