@@ -229,7 +229,6 @@ private slots:
         }
         const QStringList volume = {"string:zk.app.Equalizer.Control1", "string:Volume"};
         QTest::newRow("nobody: Get") << nobody << QString() << method(properties + "Get", volume) << false;
-        QTest::newRow("nobody: GetAll") << nobody << QString() << method(properties + "GetAll", {volume.first()}) << false;
         QTest::newRow("nobody: Set denied") << nobody << QString() << method(properties + "Set", volume + QStringList{"variant:int32:10"}) << true;
         QTest::newRow("nobody: Export") << nobody << QString() << method(control + "Export", {"string:apo"}) << false;
         QTest::newRow("nobody: Introspect") << nobody << QString() << method("org.freedesktop.DBus.Introspectable.Introspect", {}) << false;
