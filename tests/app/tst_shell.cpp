@@ -10,8 +10,8 @@
 
 #include <getopt.h>
 
-// The application shell: the option loop and the window slots. (What the scene is given to read is
-// seen by the scene tests: a list missing while the scene loads is a warning there.)
+// The application shell: the option loop and the window slots. What start-up publishes to the scene
+// is seen by the scene tests, where a list missing while the scene loads is a warning that fails them.
 // The controller runs against an ALSA configuration without any card, so every mixer run fails fast
 // and nothing on the machine is touched.
 class TestShell : public QObject
