@@ -308,7 +308,7 @@ private slots:
         QTest::newRow("sweet spot 3 from the cabin, tapped again: still marked") << "soundField" << "seat3" << button << G()
                 << L{"tap seat3", "tap seat3"} << ""
                 << L{"Music Chan1 Delay=203", "Music Chan2 Delay=272", "Music Chan3 Delay=91", "Music Chan4 Delay=203"}
-                << L{"seat3.checked=true"};
+                << L{"seat3.checked=true", "seat3.checkable=true"};
         QTest::newRow("crossover in Hz: the Down key") << "bass" << "dbe1:slider" << QVariantList{"DBEXoverFC", 20, 500} << G()
                 << L{"key=Down dbe1:slider"} << "" << L{"Music DBE Xover FC=79"} << L{};
         QTest::newRow("delay in samples set to infinity, not a number: nothing") << "soundField" << "delay2:slider"
